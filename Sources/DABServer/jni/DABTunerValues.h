@@ -1,0 +1,24 @@
+#ifndef DAB_SERVER_DABTUNERVALUES_H
+#define DAB_SERVER_DABTUNERVALUES_H
+
+// Reading the tuner library's values: time-shift times and character-set codes.
+
+// The library reports time-shift times as 16-bit values with their two bytes swapped.
+inline int decodeTsTime(int v) { return (v >> 8) + (v & 0xFF) * 256; }
+
+// Conversion code that means the text cannot be converted.
+#define DAB_SERVER_CODE_CONVER_NONE 21
+// Conversion code of the channel-table texts that stand in for a missing label.
+#define DAB_SERVER_CODE_CONVER_CHANNEL_TEXT 5
+
+// Maps the library's character-set code to the code converter's code.
+inline int toCodeConverType(int code) {
+    switch (code) {
+        case 1: return 10;
+        case 7: return 5;
+        case 8: return 4;
+        default: return DAB_SERVER_CODE_CONVER_NONE;
+    }
+}
+
+#endif  // DAB_SERVER_DABTUNERVALUES_H

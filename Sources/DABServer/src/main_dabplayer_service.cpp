@@ -1,0 +1,2 @@
+// Placeholder entry until process start-up lands.
+int main() { return 1; }

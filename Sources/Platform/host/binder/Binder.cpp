@@ -1,0 +1,66 @@
+#include <binder/Binder.h>
+#include <binder/IInterface.h>
+#include <binder/Parcel.h>
+
+namespace android {
+
+IBinder::IBinder() : RefBase() {}
+IBinder::~IBinder() {}
+sp<IInterface> IBinder::queryLocalInterface(const String16& /*descriptor*/) { return nullptr; }
+BBinder* IBinder::localBinder() { return nullptr; }
+BpBinder* IBinder::remoteBinder() { return nullptr; }
+
+BBinder::BBinder() {}
+BBinder::~BBinder() {}
+
+const String16& BBinder::getInterfaceDescriptor() const {
+    static const String16 kEmpty;
+    return kEmpty;
+}
+
+bool BBinder::isBinderAlive() const { return true; }
+status_t BBinder::pingBinder() { return NO_ERROR; }
+BBinder* BBinder::localBinder() { return this; }
+
+status_t BBinder::transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) {
+    data.setDataPosition(0);
+    status_t err = NO_ERROR;
+    if (code == PING_TRANSACTION) {
+        err = pingBinder();
+    } else {
+        err = onTransact(code, data, reply, flags);
+    }
+    if (reply != nullptr) reply->setDataPosition(0);
+    return err;
+}
+
+status_t BBinder::linkToDeath(const sp<DeathRecipient>&, void*, uint32_t) { return INVALID_OPERATION; }
+status_t BBinder::unlinkToDeath(const wp<DeathRecipient>&, void*, uint32_t, wp<DeathRecipient>*) {
+    return INVALID_OPERATION;
+}
+
+status_t BBinder::onTransact(uint32_t code, const Parcel& /*data*/, Parcel* reply, uint32_t) {
+    if (code == INTERFACE_TRANSACTION) {
+        if (reply != nullptr) reply->writeString16(getInterfaceDescriptor());
+        return NO_ERROR;
+    }
+    return UNKNOWN_TRANSACTION;
+}
+
+BpRefBase::BpRefBase(const sp<IBinder>& o) : mRemote(o) {}
+BpRefBase::~BpRefBase() {}
+
+IInterface::IInterface() : RefBase() {}
+IInterface::~IInterface() {}
+
+sp<IBinder> IInterface::asBinder(const IInterface* iface) {
+    if (iface == nullptr) return nullptr;
+    return const_cast<IInterface*>(iface)->onAsBinder();
+}
+
+sp<IBinder> IInterface::asBinder(const sp<IInterface>& iface) {
+    if (iface == nullptr) return nullptr;
+    return iface->onAsBinder();
+}
+
+}  // namespace android

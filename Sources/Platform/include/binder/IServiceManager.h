@@ -1,0 +1,39 @@
+#ifndef DAB_PLATFORM_BINDER_ISERVICEMANAGER_H
+#define DAB_PLATFORM_BINDER_ISERVICEMANAGER_H
+
+#include <binder/IInterface.h>
+#include <utils/Vector.h>
+
+namespace android {
+
+// Name service of binder objects.
+class IServiceManager : public virtual RefBase {
+public:
+    // Any thread; may block a few seconds waiting for a service that is starting.
+    virtual sp<IBinder> getService(const String16& name) const = 0;
+    // Any thread; non-blocking.
+    virtual sp<IBinder> checkService(const String16& name) const = 0;
+    // Any thread; non-blocking.
+    virtual status_t addService(const String16& name, const sp<IBinder>& service,
+                                bool allowIsolated = false) = 0;
+    virtual Vector<String16> listServices() = 0;
+};
+
+// Any thread; non-blocking. The process's service manager.
+sp<IServiceManager> defaultServiceManager();
+// Host hook: replaces the process's service manager (tests, the cross-process transport).
+void setDefaultServiceManager(const sp<IServiceManager>& sm);
+
+template <typename INTERFACE>
+status_t getService(const String16& name, sp<INTERFACE>* outService) {
+    const sp<IServiceManager> sm = defaultServiceManager();
+    if (sm != nullptr) {
+        *outService = interface_cast<INTERFACE>(sm->getService(name));
+        if ((*outService) != nullptr) return NO_ERROR;
+    }
+    return NAME_NOT_FOUND;
+}
+
+}  // namespace android
+
+#endif  // DAB_PLATFORM_BINDER_ISERVICEMANAGER_H

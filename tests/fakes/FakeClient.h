@@ -1,0 +1,48 @@
+#ifndef DAB_TESTS_FAKECLIENT_H
+#define DAB_TESTS_FAKECLIENT_H
+
+#include <dabplayer/IDABPlayerClient.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <vector>
+
+// An application's callback that records every notification.
+class FakeClient : public android::BnDABPlayerClient {
+public:
+    struct Note {
+        int msg;
+        int ext1;
+        int ext2;
+        bool hasParcel;
+        std::string text;  // the C string in the parcel, when there is one
+        bool operator==(const Note& o) const {
+            return msg == o.msg && ext1 == o.ext1 && ext2 == o.ext2 && hasParcel == o.hasParcel &&
+                   text == o.text;
+        }
+    };
+
+    void notify(int msg, int ext1, int ext2, const android::Parcel* obj) override;
+
+    std::vector<Note> notes() const;
+    // Notes as "msg:ext1:ext2" (with ":\"text\"" when a parcel came), for readable asserts.
+    std::vector<std::string> summary() const;
+    void clear();
+    // Waits until pred holds for the notes received so far.
+    bool waitFor(const std::function<bool(const std::vector<Note>&)>& pred,
+                 std::chrono::milliseconds timeout = std::chrono::seconds(5)) const;
+    // Waits until a note with this msg (and ext1, unless ext1 is INT32_MIN) has arrived.
+    bool waitForNote(int msg, int ext1 = INT32_MIN,
+                     std::chrono::milliseconds timeout = std::chrono::seconds(5)) const;
+    int count(int msg) const;
+
+private:
+    mutable std::mutex mLock;  // guards mNotes
+    mutable std::condition_variable mArrived;
+    std::vector<Note> mNotes;
+};
+
+#endif  // DAB_TESTS_FAKECLIENT_H

@@ -1,0 +1,65 @@
+#include "ServiceFixture.h"
+
+#include "DABListProcessThread.h"
+#include "DABSourceController.h"
+#include "DABTASourceController.h"
+
+#include <thread>
+
+using namespace android;
+
+void ServiceFixture::SetUp() {
+    mLog.reset(new HostLog::Capture());
+    mTuner = new FakeTuner();
+    mMediaData = new FakeMediaData();
+    mSysCtrl = new FakeSysCtrl();
+    mProcess = new FakeProcessSupport();
+    media_lib_dab::DABLibBackend::setCurrent(mTuner);
+    MediaDataBackend::setCurrent(mMediaData);
+    SysCtrlBackend::setCurrent(mSysCtrl);
+    ProcessSupportBackend::setCurrent(mProcess);
+    mService = new DABPlayerService(nullptr, nullptr);
+}
+
+void ServiceFixture::TearDown() {
+    sp<DABListProcessThread> worker = peer().listWorker();
+    if (worker != nullptr) mWorkersSeen.push_back(worker);
+    worker.clear();
+    // Every client object the test made must be gone with its application reference.
+    EXPECT_EQ(0u, peer().clientCount()) << "client registry not empty";
+    wp<DABPlayerService> weak = mService;
+    mService.clear();
+    EXPECT_EQ(nullptr, weak.promote()) << "service still referenced";
+    for (const wp<DABListProcessThread>& w : mWorkersSeen) {
+        EXPECT_TRUE(waitForWorkerGone(w)) << "list worker still running";
+    }
+    media_lib_dab::DABLibBackend::setCurrent(nullptr);
+    MediaDataBackend::setCurrent(nullptr);
+    SysCtrlBackend::setCurrent(nullptr);
+    ProcessSupportBackend::setCurrent(nullptr);
+    mLog.reset();
+}
+
+void ServiceFixture::resume() { mSysCtrl->resume(); }
+
+void ServiceFixture::activate(int sourceType) {
+    if (!peer().isResumed()) resume();
+    sp<DABListProcessThread> before = peer().listWorker();
+    if (before != nullptr) mWorkersSeen.push_back(before);
+    ASSERT_EQ(0, mService->activate(sourceType));
+}
+
+sp<IDABPlayer> ServiceFixture::connect(sp<FakeClient>* callback) {
+    *callback = new FakeClient();
+    return mService->createClient(1234, *callback);
+}
+
+bool ServiceFixture::waitForWorkerGone(const wp<DABListProcessThread>& worker,
+                                       std::chrono::milliseconds timeout) {
+    auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (std::chrono::steady_clock::now() < deadline) {
+        if (worker.promote() == nullptr) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return worker.promote() == nullptr;
+}

@@ -1,0 +1,74 @@
+#ifndef DAB_TESTS_SERVICEFIXTURE_H
+#define DAB_TESTS_SERVICEFIXTURE_H
+
+#include "DABPlayerService.h"
+#include "FakeClient.h"
+#include "FakePlatform.h"
+#include "FakeTuner.h"
+#include "HostLog.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+class DABListProcessThread;
+
+// Reaches the service's private state for assertions that no client operation can observe.
+class DABPlayerServiceTestPeer {
+public:
+    explicit DABPlayerServiceTestPeer(DABPlayerService* s) : mService(s) {}
+    uint8_t isActive() const { return mService->mIsActive; }
+    uint8_t isResumed() const { return mService->mIsResumed; }
+    uint8_t activatePending() const { return mService->mActivatePending; }
+    int activeSourceType() const { return mService->mActiveSourceType; }
+    int& isInSourceOnDelay() { return mService->isInSourceOnDelay; }
+    int& isInPresetUpDown() { return mService->isInPresetUpDown; }
+    int& isInSwitchBand() { return mService->isInSwitchBand; }
+    int& isInManualUPDownInFreqExtend() { return mService->isInManualUPDownInFreqExtend; }
+    int& isInPresetMemoryExtend() { return mService->isInPresetMemoryExtend; }
+    int& isInSeekCancel() { return mService->isInSeekCancel; }
+    int& currentLogicMode() { return mService->mCurrentLogicMode; }
+    int& currentInfoType() { return mService->mCurrentInfoType; }
+    int& errorCurPublished() { return mService->errorCurPublished; }
+    int& flagReqPrestListSourceOn() { return mService->mFlagReqPrestListSourceOn; }
+    int& presetListNotifyCount() { return mService->mPresetListNotifyCount; }
+    int* presetListNotCached() { return mService->mPresetListNotCached; }
+    android::sp<DABListProcessThread> listWorker() { return mService->listWorker(); }
+    size_t clientCount() {
+        android::Mutex::Autolock lock(mService->mClientsLock);
+        return mService->mClients.size();
+    }
+    DABListCacher& cache() { return mService->mListCacher; }
+
+private:
+    DABPlayerService* mService;
+};
+
+// Builds the service on fakes of every closed library. The tuner's notifications run on the
+// test thread; the service is resumed and activated only when a test asks.
+class ServiceFixture : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    // Resumes the service once through the system control fake.
+    void resume();
+    // Resumes if needed and activates the DAB source (0) or the TA source (1).
+    void activate(int sourceType = 0);
+    // A new client object with its own recording callback.
+    android::sp<android::IDABPlayer> connect(android::sp<FakeClient>* callback);
+    // Waits until the list worker that ran before is gone (it ends by itself after exit).
+    bool waitForWorkerGone(const android::wp<DABListProcessThread>& worker,
+                           std::chrono::milliseconds timeout = std::chrono::seconds(8));
+    DABPlayerServiceTestPeer peer() { return DABPlayerServiceTestPeer(mService.get()); }
+
+    android::sp<FakeTuner> mTuner;
+    android::sp<FakeMediaData> mMediaData;
+    android::sp<FakeSysCtrl> mSysCtrl;
+    android::sp<FakeProcessSupport> mProcess;
+    android::sp<DABPlayerService> mService;
+    std::unique_ptr<HostLog::Capture> mLog;
+    std::vector<android::wp<DABListProcessThread>> mWorkersSeen;
+};
+
+#endif  // DAB_TESTS_SERVICEFIXTURE_H
