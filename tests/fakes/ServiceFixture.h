@@ -1,7 +1,10 @@
 #ifndef DAB_TESTS_SERVICEFIXTURE_H
 #define DAB_TESTS_SERVICEFIXTURE_H
 
+#include "DABListProcessThread.h"
 #include "DABPlayerService.h"
+#include "DABSourceController.h"
+#include "DABTASourceController.h"
 #include "FakeClient.h"
 #include "FakePlatform.h"
 #include "FakeTuner.h"
@@ -11,7 +14,6 @@
 
 #include <chrono>
 
-class DABListProcessThread;
 
 // Reaches the service's private state for assertions that no client operation can observe.
 class DABPlayerServiceTestPeer {

@@ -218,7 +218,8 @@ int DABPlayerService::activate(int sourceType) {
             Mutex::Autolock lock(mListWorkerLock);
             mpListProcessThread = worker;
         }
-        worker->run(nullptr);
+        // The host platform library refuses unnamed threads.
+        worker->run("DABListProcess");
         DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService, DABListProcessThread started.");
 
         memset(mPresetReceived, 0, sizeof(mPresetReceived));

@@ -1,0 +1,79 @@
+#include "HostLog.h"
+#include "OutputLog.h"
+
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <string>
+
+namespace {
+
+HostLog::Line onlyLine(const HostLog::Capture& capture) {
+    std::vector<HostLog::Line> lines = capture.lines();
+    EXPECT_EQ(1u, lines.size());
+    return lines.empty() ? HostLog::Line{} : lines[0];
+}
+
+TEST(OutputLogTest, WritesBracketedReportAtErrorPriorityWithoutTag) {
+    HostLog::Capture capture;
+    OutputLog("/src/DABPlayer.cpp", 42, 0x20300003, "in DABPlayer::%s mService == NULL", "manualUp");
+    HostLog::Line line = onlyLine(capture);
+    EXPECT_EQ(6, line.priority);
+    EXPECT_EQ(static_cast<int>(0x80000001u), line.tagId);
+    EXPECT_FALSE(line.hasTag);
+    EXPECT_EQ("[/src/DABPlayer.cpp:42][0x20300003][in DABPlayer::manualUp mService == NULL]\r\n",
+              line.message);
+}
+
+TEST(OutputLogTest, MessageWithoutArgumentsIsWrittenUnchanged) {
+    HostLog::Capture capture;
+    OutputLog("f.cpp", 7, 0x20300001, "in main Source::create failed!");
+    EXPECT_EQ("[f.cpp:7][0x20300001][in main Source::create failed!]\r\n", onlyLine(capture).message);
+}
+
+TEST(OutputLogTest, LongMessageIsCutSoThatPrefixAndTextUse255Characters) {
+    HostLog::Capture capture;
+    std::string longText(400, 'x');
+    OutputLog("f.cpp", 1, 0x20300006, "%s", longText.c_str());
+    std::string msg = onlyLine(capture).message;
+    ASSERT_EQ(258u, msg.size());
+    EXPECT_EQ("]\r\n", msg.substr(255));
+    EXPECT_EQ(0u, msg.find("[f.cpp:1][0x20300006][xxx"));
+}
+
+TEST(OutputLogTest, PathFillingThePrefixLeavesNoRoomForTheMessage) {
+    HostLog::Capture capture;
+    std::string path(300, 'p');
+    OutputLog(path.c_str(), 12, 0x20300001, "never shown");
+    std::string msg = onlyLine(capture).message;
+    ASSERT_EQ(258u, msg.size());
+    EXPECT_EQ(std::string(1, '[') + std::string(254, 'p') + "]\r\n", msg);
+}
+
+TEST(HostLogTest, StderrLineFollowsLogcatThreadtimeForm) {
+    HostLog::Line line{3, 0x10002, "DABPlayer", true, "DABPlayerService construct"};
+    std::string text = HostLog::formatThreadtime(line);
+    std::regex form(R"(^\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} +\d+ +\d+ D DABPlayer: DABPlayerService construct$)");
+    EXPECT_TRUE(std::regex_match(text, form)) << text;
+
+    HostLog::Line untagged{6, static_cast<int>(0x80000001u), "", false, "boom"};
+    EXPECT_TRUE(std::regex_search(HostLog::formatThreadtime(untagged), std::regex(" E : boom$")));
+}
+
+TEST(HostLogTest, CaptureRecordsTagIdAndRestoresThePreviousSink) {
+    std::vector<std::string> outer;
+    HostLog::Sink previous = HostLog::setSink([&](const HostLog::Line& l) { outer.push_back(l.message); });
+    {
+        HostLog::Capture capture;
+        __android_log_print_tag_id(3, 0x10002, "DABListProcess", "value=%d", 5);
+        ASSERT_EQ(1u, capture.lines().size());
+        EXPECT_EQ(0x10002, capture.lines()[0].tagId);
+        EXPECT_EQ("DABListProcess", capture.lines()[0].tag);
+        EXPECT_TRUE(capture.contains("value=5"));
+    }
+    __android_log_print_tag_id(3, 0x10002, "DABPlayer", "after");
+    HostLog::setSink(std::move(previous));
+    EXPECT_EQ(std::vector<std::string>{"after"}, outer);
+}
+
+}  // namespace

@@ -1,0 +1,203 @@
+#include "DABListProcessThread.h"
+#include "ServiceFixture.h"
+
+#include <gmock/gmock.h>
+
+using namespace android;
+using ::testing::ElementsAre;
+
+namespace {
+
+class ServiceLifecycleTest : public ServiceFixture {};
+
+TEST_F(ServiceLifecycleTest, ConstructionInitialisesTunerAndAttachesToSystemControl) {
+    EXPECT_TRUE(mTuner->initialized());
+    EXPECT_THAT(mSysCtrl->calls(), ElementsAre("attach(13,0)"));
+    EXPECT_TRUE(mLog->contains("DABPlayerService construct"));
+    EXPECT_FALSE(peer().isResumed());
+    EXPECT_FALSE(peer().isActive());
+}
+
+TEST_F(ServiceLifecycleTest, DestructionFinalisesTheTuner) {
+    sp<FakeTuner> tuner = mTuner;
+    mService.clear();
+    EXPECT_TRUE(tuner->finalized());
+    EXPECT_TRUE(mLog->contains("DABPlayer destruct"));
+    mService = new DABPlayerService(nullptr, nullptr);  // for TearDown
+}
+
+TEST_F(ServiceLifecycleTest, ActivationBeforeFirstResumeWaitsForTheResume) {
+    sp<FakeClient> cb;
+    sp<IDABPlayer> client = connect(&cb);
+    mTuner->setGetter("getAntStatus", 1);
+
+    EXPECT_EQ(0, mService->activate(0));
+    EXPECT_FALSE(peer().isActive());
+    EXPECT_EQ(nullptr, peer().listWorker());
+    EXPECT_TRUE(mProcess->calls().empty());
+    EXPECT_TRUE(cb->notes().empty());
+
+    resume();
+    EXPECT_TRUE(peer().isActive());
+    EXPECT_NE(nullptr, peer().listWorker());
+    EXPECT_THAT(mSysCtrl->calls(), ElementsAre("attach(13,0)", "finishResume"));
+    EXPECT_THAT(mProcess->calls(), ElementsAre("setOomAdj(5,0)"));
+    EXPECT_EQ(1, mMediaData->attachCount());
+    EXPECT_TRUE(cb->waitForNote(DAB_SERVER_NOTIFY_ANT_STATUS_CHANGED, 2));
+}
+
+TEST_F(ServiceLifecycleTest, DeactivationBeforeFirstResumeForgetsThePendingActivation) {
+    EXPECT_EQ(0, mService->activate(0));
+    EXPECT_EQ(0, mService->deactivate(0));
+    EXPECT_FALSE(peer().activatePending());
+    resume();
+    EXPECT_TRUE(peer().isResumed());
+    EXPECT_FALSE(peer().isActive());
+    EXPECT_EQ(nullptr, peer().listWorker());
+    EXPECT_TRUE(mProcess->calls().empty());
+}
+
+TEST_F(ServiceLifecycleTest, PendingActivationIsReplayedAtEveryLaterResume) {
+    sp<FakeClient> cb;
+    sp<IDABPlayer> client = connect(&cb);
+    EXPECT_EQ(0, mService->activate(0));
+    resume();
+    sp<DABListProcessThread> first = peer().listWorker();
+    ASSERT_NE(nullptr, first);
+    mWorkersSeen.push_back(first);
+    first.clear();
+
+    EXPECT_EQ(0, mService->deactivate(0));
+    EXPECT_FALSE(peer().isActive());
+    EXPECT_EQ(nullptr, peer().listWorker());
+    mSysCtrl->suspend();
+    cb->clear();
+    resume();
+
+    EXPECT_TRUE(peer().isActive());
+    sp<DABListProcessThread> second = peer().listWorker();
+    EXPECT_NE(nullptr, second);
+    EXPECT_TRUE(cb->waitForNote(DAB_SERVER_NOTIFY_ANT_STATUS_CHANGED));
+    EXPECT_THAT(mSysCtrl->calls(),
+                ElementsAre("attach(13,0)", "finishResume", "finishSuspend", "finishResume"));
+}
+
+TEST_F(ServiceLifecycleTest, SuspendAnswersAtOnceAndKeepsTheSourceActive) {
+    activate(0);
+    sp<DABListProcessThread> worker = peer().listWorker();
+    mSysCtrl->suspend();
+    EXPECT_EQ("finishSuspend", mSysCtrl->calls().back());
+    EXPECT_TRUE(peer().isActive());
+    EXPECT_EQ(worker, peer().listWorker());
+}
+
+TEST_F(ServiceLifecycleTest, DeactivatingTheTaSourceLeavesTheDabWorkerRunning) {
+    activate(0);
+    sp<DABListProcessThread> worker = peer().listWorker();
+    ASSERT_NE(nullptr, worker);
+    EXPECT_EQ(0, mService->deactivate(1));
+    EXPECT_FALSE(peer().isActive());
+    EXPECT_EQ(worker, peer().listWorker());
+    EXPECT_EQ(-1, mService->manualUp());
+    EXPECT_THAT(mProcess->calls(), ElementsAre("setOomAdj(5,0)", "setOomAdj(5,2)"));
+}
+
+TEST_F(ServiceLifecycleTest, SecondDabActivationReplacesTheWorker) {
+    activate(0);
+    sp<DABListProcessThread> first = peer().listWorker();
+    mWorkersSeen.push_back(first);
+    activate(0);
+    EXPECT_NE(first, peer().listWorker());
+    first.clear();
+}
+
+TEST_F(ServiceLifecycleTest, ResumeWithoutMediaDataClientIsNotAcknowledged) {
+    mMediaData->setCreateFails(true);
+    EXPECT_EQ(0, mService->activate(0));
+    resume();
+    EXPECT_FALSE(peer().isResumed());
+    EXPECT_FALSE(peer().isActive());
+    EXPECT_THAT(mSysCtrl->calls(), ElementsAre("attach(13,0)"));
+    bool reported = false;
+    for (const HostLog::Line& l : mLog->lines()) {
+        if (l.priority == 6 && l.message.find("[0x20300001][in constructor of DABPlayer, new "
+                                              "MediaDataClient() failed, return NULL]\r\n") !=
+                                       std::string::npos) {
+            reported = true;
+        }
+    }
+    EXPECT_TRUE(reported);
+
+    mMediaData->setCreateFails(false);
+    resume();
+    EXPECT_TRUE(peer().isActive());
+}
+
+TEST_F(ServiceLifecycleTest, NotificationCallbackIgnoresANullCookieAndLogsAfterHandling) {
+    DABPlayerService::notifyCallback(nullptr, media_lib_dab::DAB_NOTIFY_BAND, 1);
+    EXPECT_TRUE(mLog->contains("player is NULL!"));
+    mTuner->notify(media_lib_dab::DAB_NOTIFY_CONNECT_STATUS, 1);
+    EXPECT_TRUE(mLog->contains("DABPlayerService get notify id=26"));
+}
+
+TEST_F(ServiceLifecycleTest, FanOutWithEmptyRegistryOnlyLogsItsSize) {
+    mService->exeNotify(1, 2, 0, nullptr);
+    EXPECT_TRUE(mLog->contains("DABPlayerService exeNotify size:0\n"));
+}
+
+TEST_F(ServiceLifecycleTest, FanOutReachesEveryClientInTheOrderSent) {
+    sp<FakeClient> a, b, c;
+    sp<IDABPlayer> ca = connect(&a), cb = connect(&b), cc = connect(&c);
+    EXPECT_EQ(3u, peer().clientCount());
+    mService->exeNotify(1, 3, 0, nullptr);
+    Parcel parcel;
+    parcel.writeCString("Radio One");
+    parcel.setDataPosition(0);
+    mService->exeNotify(9, 0, 0, &parcel);
+    for (const sp<FakeClient>& f : {a, b, c}) {
+        EXPECT_THAT(f->summary(), ElementsAre("1:3:0", "9:0:0:\"Radio One\""));
+    }
+    EXPECT_TRUE(mLog->contains("DABPlayerService exeNotify size:3\n"));
+}
+
+TEST_F(ServiceLifecycleTest, ReleasedClientObjectLeavesTheRegistry) {
+    sp<FakeClient> a;
+    sp<IDABPlayer> ca = connect(&a);
+    EXPECT_EQ(1u, peer().clientCount());
+    ca.clear();
+    EXPECT_EQ(0u, peer().clientCount());
+    EXPECT_TRUE(mLog->contains("DABPlayer destruct"));
+    EXPECT_TRUE(mLog->contains("DABPlayerService::DABPlayer::disconnect"));
+}
+
+// A callback that drops the application's references to client objects while being notified.
+class DroppingClient : public FakeClient {
+public:
+    std::vector<sp<IDABPlayer>> toDrop;
+    void notify(int msg, int ext1, int ext2, const Parcel* obj) override {
+        FakeClient::notify(msg, ext1, ext2, obj);
+        toDrop.clear();
+    }
+};
+
+TEST_F(ServiceLifecycleTest, ClientDroppedDuringFanOutIsDestroyedWithoutDeadlock) {
+    sp<DroppingClient> dropper = new DroppingClient();
+    sp<IDABPlayer> self = mService->createClient(1, dropper);
+    sp<FakeClient> other;
+    sp<IDABPlayer> otherClient = connect(&other);
+    // The dropper releases its own client object and the other one from inside the fan-out.
+    dropper->toDrop = {self, otherClient};
+    self.clear();
+    otherClient.clear();
+
+    mService->exeNotify(4, 6, 0, nullptr);
+
+    EXPECT_EQ(0u, peer().clientCount());
+    EXPECT_EQ(1, dropper->count(4));
+    // The other client was notified before being dropped, or skipped because it was gone.
+    EXPECT_TRUE(other->count(4) == 1 || mLog->contains("DABPlayerService::exeNotify spClient NULL"));
+    mService->exeNotify(4, 7, 0, nullptr);
+    EXPECT_EQ(1, dropper->count(4));
+}
+
+}  // namespace
