@@ -1,0 +1,25 @@
+# Runs dabreplay on one script and compares what it printed with the expected transcript.
+# The expected file starts with "status N"; lines of standard error follow the transcript,
+# each prefixed with "stderr: ". With UPDATE=1 the expected file is rewritten instead.
+execute_process(
+  COMMAND ${REPLAY} ${SCRIPT}
+  WORKING_DIRECTORY ${WORKDIR}
+  RESULT_VARIABLE status
+  OUTPUT_VARIABLE out
+  ERROR_VARIABLE err
+  TIMEOUT 60)
+set(actual "status ${status}\n${out}")
+if(err)
+  string(REGEX REPLACE "\n$" "" err "${err}")
+  string(REPLACE "\n" "\nstderr: " err "${err}")
+  string(APPEND actual "stderr: ${err}\n")
+endif()
+if(UPDATE)
+  file(WRITE ${EXPECTED} "${actual}")
+  return()
+endif()
+file(READ ${EXPECTED} expected)
+if(NOT actual STREQUAL expected)
+  file(WRITE ${SCRIPT}.actual "${actual}")
+  message(FATAL_ERROR "transcript differs from ${EXPECTED}; got:\n${actual}")
+endif()

@@ -1,0 +1,87 @@
+#ifndef DAB_TOOLS_REPLAYBACKENDS_H
+#define DAB_TOOLS_REPLAYBACKENDS_H
+
+#include "ReplayTranscript.h"
+
+#include "MediaDataBackend.h"
+#include "MediaManagerBackend.h"
+#include "ProcessSupportBackend.h"
+#include "SysCtrlBackend.h"
+
+#include <dabplayer/IDABPlayerClient.h>
+
+#include <map>
+#include <mutex>
+
+// Media manager that writes every source creation, registration, record and status to the
+// transcript and lets the script drive the sources' listeners.
+class ReplayMediaManager : public android::MediaManagerBackend {
+public:
+    explicit ReplayMediaManager(ReplayTranscript* transcript);
+    bool createSource(const android::String8& name, const android::sp<android::ISourceListener>& listener) override;
+    int registerSource(const android::String8& name, int code, android::Parcel* reply) override;
+    int publishMediaInfo(const android::String8& name, const android::MediaInfoParcel& info) override;
+    int setMediaStatus(const android::String8& name, android::MediaStatus status) override;
+
+    void setCreateFails(bool fails);
+    // The listener of the source last created under name, or null.
+    android::sp<android::ISourceListener> listener(const std::string& name);
+
+private:
+    ReplayTranscript* const mTranscript;  // immutable
+    std::mutex mLock;                     // guards the fields below
+    bool mCreateFails = false;
+    std::map<std::string, android::sp<android::ISourceListener>> mListeners;
+};
+
+class ReplayMediaData : public android::MediaDataBackend {
+public:
+    explicit ReplayMediaData(ReplayTranscript* transcript);
+    bool allowCreate() override;
+    int publish(const android::String8& key, int value) override;
+    void setCreateFails(bool fails);
+
+private:
+    ReplayTranscript* const mTranscript;
+    std::mutex mLock;  // guards mCreateFails
+    bool mCreateFails = false;
+};
+
+class ReplaySysCtrl : public android::SysCtrlBackend {
+public:
+    explicit ReplaySysCtrl(ReplayTranscript* transcript);
+    int attach(android::SysCtrlManagerIF* client, int moduleId, int flags) override;
+    void detach(android::SysCtrlManagerIF* client) override;
+    int finishSuspend(android::SysCtrlManagerIF* client) override;
+    int finishResume(android::SysCtrlManagerIF* client) override;
+    // Script thread: calls the attached listener.
+    bool resume();
+    bool suspend();
+
+private:
+    ReplayTranscript* const mTranscript;
+    std::mutex mLock;  // guards mClient
+    android::SysCtrlManagerIF* mClient = nullptr;
+};
+
+class ReplayProcessSupport : public ProcessSupportBackend {
+public:
+    explicit ReplayProcessSupport(ReplayTranscript* transcript);
+    int setOomAdj(int id, int status) override;
+
+private:
+    ReplayTranscript* const mTranscript;
+};
+
+// An application's callback: every notification becomes "client<n> notify ...".
+class ReplayClient : public android::BnDABPlayerClient {
+public:
+    ReplayClient(ReplayTranscript* transcript, int index);
+    void notify(int msg, int ext1, int ext2, const android::Parcel* obj) override;
+
+private:
+    ReplayTranscript* const mTranscript;
+    const int mIndex;
+};
+
+#endif  // DAB_TOOLS_REPLAYBACKENDS_H
