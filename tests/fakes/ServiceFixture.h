@@ -41,6 +41,52 @@ public:
         return mService->mClients.size();
     }
     DABListCacher& cache() { return mService->mListCacher; }
+    // Publishing state: the converted labels and text to write, and the publish lock.
+    char* ensembleLabel() { return mService->mEnsembleLabel; }
+    char* serviceLabel() { return mService->mServiceLabel; }
+    char* compLabel() { return mService->mCompLabel; }
+    char* dynamicText() { return mService->mDynamicText; }
+    android::Mutex& publishLock() { return mService->mPublishLock; }
+    // List, preset, error and antenna handlers, called as the dispatch would, and their state.
+    void handlePresetItemSourceOn() { mService->handlePresetItemSourceOn(); }
+    void handlePresetItem() { mService->handlePresetItem(); }
+    void handlePresetListUpdateReq() { mService->handlePresetListUpdateReq(); }
+    void handleServiceListItem(int notifyId) { mService->handleServiceListItem(notifyId); }
+    void handleErrorInfo(int value) { mService->handleErrorInfo(value); }
+    void handleAntStatus(int value) { mService->handleAntStatus(value); }
+    void setActive(uint8_t active) { mService->mIsActive = active; }
+    int& listCountState() { return mService->mListCountState; }
+    uint16_t& currentEnsembleId() { return mService->mCurrentEnsembleId; }
+    int& currentFmLink() { return mService->mCurrentFmLink; }
+    int& currentErrorType() { return mService->mCurrentErrorType; }
+    uint8_t presetReceived(int band, int preset) const {
+        return mService->mPresetReceived[band - 1][preset - 1];
+    }
+    // Station, playback and query state.
+    int& currentBlockId() { return mService->mCurrentBlockId; }
+    int& isHandServiceListUpdate() { return mService->mIsHandServiceListUpdate; }
+    uint8_t& dynamicTextPublishEnabled() { return mService->mDynamicTextPublishEnabled; }
+    int& dynamicTextStatus() { return mService->mDynamicTextStatus; }
+    int& isDynamicTextCached() { return mService->isDynamicTextCached; }
+    const char* ensembleLabel() const { return mService->mEnsembleLabel; }
+    const char* serviceLabel() const { return mService->mServiceLabel; }
+    const char* compLabel() const { return mService->mCompLabel; }
+    const char* dynamicText() const { return mService->mDynamicText; }
+    int& currentCompTotal() { return mService->mCurrentCompTotal; }
+    int& currentCompNum() { return mService->mCurrentCompNum; }
+    uint8_t& errorCheckOnCompNum() { return mService->mErrorCheckOnCompNum; }
+    int& currentTotalTime() { return mService->mCurrentTotalTime; }
+    int& currentPauseTime() { return mService->mCurrentPauseTime; }
+    int& currentCacheTime() { return mService->mCurrentCacheTime; }
+    int& currentPlaybackStatus() { return mService->mCurrentPlaybackStatus; }
+    int& currentConnectStatus() { return mService->mCurrentConnectStatus; }
+    int& currentDisplayFormat() { return mService->mCurrentDisplayFormat; }
+    int& seekDirection() { return mService->mSeekDirection; }
+    int& currentAntStatus() { return mService->mCurrentAntStatus; }
+    int& currentNm() { return mService->mCurrentNm; }
+    int& abcSearchState() { return mService->mAbcSearchState; }
+    int& currentSignalLevel() { return mService->mCurrentSignalLevel; }
+    int& currentPtyType() { return mService->mCurrentPtyType; }
 
 private:
     DABPlayerService* mService;

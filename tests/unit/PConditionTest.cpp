@@ -1,0 +1,115 @@
+#include "PCondition.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double secondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+struct timespec at(time_t sec, long nsec) {
+    struct timespec t;
+    t.tv_sec = sec;
+    t.tv_nsec = nsec;
+    return t;
+}
+
+TEST(PConditionDeadline, MicrosecondPartCarriesIntoSeconds) {
+    struct timespec d = PCondition::deadlineFrom(at(100, 999500000), 600);
+    EXPECT_EQ(101, d.tv_sec);
+    EXPECT_EQ(100000, d.tv_nsec);
+}
+
+TEST(PConditionDeadline, WholeSecondsAddWithoutCarry) {
+    struct timespec d = PCondition::deadlineFrom(at(100, 999500000), 1000000);
+    EXPECT_EQ(101, d.tv_sec);
+    EXPECT_EQ(999500000, d.tv_nsec);
+}
+
+TEST(PConditionDeadline, ExactlyOneBillionNanosecondsCarries) {
+    struct timespec d = PCondition::deadlineFrom(at(7, 999000000), 1000);
+    EXPECT_EQ(8, d.tv_sec);
+    EXPECT_EQ(0, d.tv_nsec);
+    d = PCondition::deadlineFrom(at(7, 998999999), 1000);
+    EXPECT_EQ(7, d.tv_sec);
+    EXPECT_EQ(999999999, d.tv_nsec);
+}
+
+TEST(PConditionWait, SignalBeforeWaitIsRemembered) {
+    PCondition cond(false);
+    cond.signal();
+    Clock::time_point start = Clock::now();
+    EXPECT_EQ(0, cond.wait(2000000));
+    EXPECT_LT(secondsSince(start), 1.0);
+}
+
+TEST(PConditionWait, FlagModeCollapsesSignalsIntoOne) {
+    PCondition cond(false);
+    cond.signal();
+    cond.signal();
+    EXPECT_EQ(0, cond.wait(2000000));
+    EXPECT_EQ(1, cond.wait(50000));
+}
+
+TEST(PConditionWait, CountingModeCountsEverySignal) {
+    PCondition cond(true);
+    cond.signal();
+    cond.signal();
+    Clock::time_point start = Clock::now();
+    EXPECT_EQ(0, cond.wait(2000000));
+    EXPECT_EQ(0, cond.wait(2000000));
+    EXPECT_LT(secondsSince(start), 1.0);
+    EXPECT_EQ(1, cond.wait(20000));
+}
+
+TEST(PConditionWait, TimeOutReturnsOneAfterTheTimeoutAndLeavesNoSignal) {
+    for (bool counting : {false, true}) {
+        PCondition cond(counting);
+        Clock::time_point start = Clock::now();
+        EXPECT_EQ(1, cond.wait(100000)) << "counting=" << counting;
+        EXPECT_GE(secondsSince(start), 0.1) << "counting=" << counting;
+        // The time-out consumed what it recorded: the next wait times out too.
+        EXPECT_EQ(1, cond.wait(10000)) << "counting=" << counting;
+        // And a real signal afterwards is still seen once.
+        cond.signal();
+        EXPECT_EQ(0, cond.wait(10000)) << "counting=" << counting;
+        EXPECT_EQ(1, cond.wait(10000)) << "counting=" << counting;
+    }
+}
+
+TEST(PConditionWait, SignalFromAnotherThreadEndsAWaitEarly) {
+    PCondition cond(false);
+    Clock::time_point start = Clock::now();
+    std::thread signaller([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        cond.signal();
+    });
+    int result = cond.wait(5000000);
+    double waited = secondsSince(start);
+    signaller.join();
+    EXPECT_EQ(0, result);
+    EXPECT_LT(waited, 4.0);
+}
+
+TEST(PConditionWait, EverySignalOfAnotherThreadIsConsumedExactlyOnceInCountingMode) {
+    PCondition cond(true);
+    constexpr int kSignals = 200;
+    std::thread signaller([&] {
+        for (int i = 0; i < kSignals; ++i) cond.signal();
+    });
+    int received = 0;
+    for (int i = 0; i < kSignals; ++i) {
+        if (cond.wait(5000000) == 0) ++received;
+    }
+    signaller.join();
+    EXPECT_EQ(kSignals, received);
+    EXPECT_EQ(1, cond.wait(10000));
+}
+
+}  // namespace
