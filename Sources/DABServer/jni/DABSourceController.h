@@ -1,25 +1,26 @@
 #ifndef DAB_SERVER_DABSOURCECONTROLLER_H
 #define DAB_SERVER_DABSOURCECONTROLLER_H
 
-#include <mediamanager/ISourceListener.h>
-#include <mediamanager/MediaInfoParcel.h>
-#include <mediamanager/Source.h>
+#include "MediaSourceController.h"
 
-class DABPlayerService;
-
-// Placeholder until the media source integration lands.
-class DABSourceController : public android::ISourceListener {
+// The media manager's listener of the DAB source "dab": activates and deactivates the
+// service's DAB source (type 0) and carries every media-info record and the connection
+// status of the service to the media manager.
+class DABSourceController : public MediaSourceController {
 public:
+    // The media-manager source this controller serves; its reconnection thread re-creates it.
+    static constexpr const char kSourceName[] = "dab";
+
+    // Main thread at start-up; non-blocking.
     DABSourceController();
-    int onRequestActivation(int request) override;
-    int onRequestDeactivation(int request) override;
-    int onRequestPrivateData(int request, const android::Parcel* data, android::Parcel* reply) override;
-    void onNotify(int msg, int ext1, int ext2, const android::Parcel* data) override;
-    virtual int publishMediaInfo(const android::MediaInfoParcel& info);
-    void setMediaStatus(int status);
 
 protected:
     ~DABSourceController() override;
+
+private:
+    // Binder thread of a reconnect request; non-blocking.
+    android::sp<android::Thread> newReconnectThread(
+            const android::sp<android::Thread>& previous) override;
 };
 
 #endif  // DAB_SERVER_DABSOURCECONTROLLER_H

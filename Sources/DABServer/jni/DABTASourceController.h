@@ -1,19 +1,25 @@
 #ifndef DAB_SERVER_DABTASOURCECONTROLLER_H
 #define DAB_SERVER_DABTASOURCECONTROLLER_H
 
-#include <mediamanager/ISourceListener.h>
+#include "MediaSourceController.h"
 
-// Placeholder until the media source integration lands.
-class DABTASourceController : public android::ISourceListener {
+// The media manager's listener of the traffic-announcement source "tadab": activates and
+// deactivates the service's TA source (type 1). The service publishes nothing through it.
+class DABTASourceController : public MediaSourceController {
 public:
+    // The media-manager source this controller serves; its reconnection thread re-creates it.
+    static constexpr const char kSourceName[] = "tadab";
+
+    // Main thread at start-up; non-blocking.
     DABTASourceController();
-    int onRequestActivation(int request) override;
-    int onRequestDeactivation(int request) override;
-    int onRequestPrivateData(int request, const android::Parcel* data, android::Parcel* reply) override;
-    void onNotify(int msg, int ext1, int ext2, const android::Parcel* data) override;
 
 protected:
     ~DABTASourceController() override;
+
+private:
+    // Binder thread of a reconnect request; non-blocking.
+    android::sp<android::Thread> newReconnectThread(
+            const android::sp<android::Thread>& previous) override;
 };
 
 #endif  // DAB_SERVER_DABTASOURCECONTROLLER_H

@@ -1,0 +1,272 @@
+#include "DABPlayerService.h"
+#include "DABServiceStartup.h"
+#include "DABSourceController.h"
+#include "DABTASourceController.h"
+#include "FakeMediaManager.h"
+#include "FakePlatform.h"
+#include "FakeTuner.h"
+#include "HostLog.h"
+
+#include <binder/IServiceManager.h>
+#include <gtest/gtest.h>
+
+#include <limits.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <map>
+#include <mutex>
+#include <regex>
+#include <string>
+#include <vector>
+
+using namespace android;
+
+namespace {
+
+const int kOutputLogTagId = static_cast<int>(0x80000001u);
+
+// Name service that remembers what was published and what process support had seen then.
+class RecordingServiceManager : public IServiceManager {
+public:
+    explicit RecordingServiceManager(const sp<FakeProcessSupport>& process) : mProcess(process) {}
+
+    sp<IBinder> getService(const String16& name) const override { return checkService(name); }
+    sp<IBinder> checkService(const String16& name) const override {
+        std::lock_guard<std::mutex> lock(mLock);
+        auto it = mServices.find(String8(name).string());
+        return it == mServices.end() ? nullptr : it->second;
+    }
+    status_t addService(const String16& name, const sp<IBinder>& service,
+                        bool allowIsolated) override {
+        std::vector<std::string> seen = mProcess->calls();
+        std::lock_guard<std::mutex> lock(mLock);
+        mServices[String8(name).string()] = service;
+        mAdded.push_back(std::string(String8(name).string()) + (allowIsolated ? ":isolated" : ""));
+        mProcessCallsAtAdd = seen;
+        return NO_ERROR;
+    }
+    Vector<String16> listServices() override { return Vector<String16>(); }
+
+    std::vector<std::string> added() const {
+        std::lock_guard<std::mutex> lock(mLock);
+        return mAdded;
+    }
+    std::vector<std::string> processCallsAtAdd() const {
+        std::lock_guard<std::mutex> lock(mLock);
+        return mProcessCallsAtAdd;
+    }
+    void clear() {
+        std::lock_guard<std::mutex> lock(mLock);
+        mServices.clear();
+    }
+
+private:
+    const sp<FakeProcessSupport> mProcess;
+    mutable std::mutex mLock;  // guards everything below
+    std::map<std::string, sp<IBinder>> mServices;
+    std::vector<std::string> mAdded;
+    std::vector<std::string> mProcessCallsAtAdd;
+};
+
+std::vector<HostLog::Line> linesWithTagId(const HostLog::Capture& log, int tagId) {
+    std::vector<HostLog::Line> out;
+    for (const HostLog::Line& line : log.lines()) {
+        if (line.tagId == tagId) out.push_back(line);
+    }
+    return out;
+}
+
+}  // namespace
+
+// Start-up in this process, without joining the binder thread pool, on fakes of every library.
+class StartupTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        mLog.reset(new HostLog::Capture());
+        mTuner = new FakeTuner();
+        mMediaData = new FakeMediaData();
+        mSysCtrl = new FakeSysCtrl();
+        mProcess = new FakeProcessSupport();
+        mMediaManager = new FakeMediaManager();
+        mServiceManager = new RecordingServiceManager(mProcess);
+        media_lib_dab::DABLibBackend::setCurrent(mTuner);
+        MediaDataBackend::setCurrent(mMediaData);
+        SysCtrlBackend::setCurrent(mSysCtrl);
+        ProcessSupportBackend::setCurrent(mProcess);
+        MediaManagerBackend::setCurrent(mMediaManager);
+        setDefaultServiceManager(mServiceManager);
+    }
+
+    void TearDown() override {
+        // What start-up left alive holds itself in cycles for the life of a process.
+        std::vector<wp<MediaSourceController>> controllers;
+        for (const char* name : {"dab", "tadab"}) {
+            sp<ISourceListener> listener = mMediaManager->listener(name);
+            sp<MediaSourceController> c = dynamic_cast<MediaSourceController*>(listener.get());
+            if (c == nullptr) continue;
+            controllers.push_back(c);
+            c->stopReconnection();
+            c->setService(nullptr);
+            c->setSource(nullptr);
+        }
+        wp<IBinder> service = mServiceManager->checkService(String16("DABPlayer"));
+        mServiceManager->clear();
+        setDefaultServiceManager(nullptr);
+        mServiceManager.clear();
+        EXPECT_EQ(nullptr, service.promote()) << "service still referenced";
+        for (const wp<MediaSourceController>& c : controllers) {
+            EXPECT_EQ(nullptr, c.promote()) << "controller still referenced";
+        }
+        media_lib_dab::DABLibBackend::setCurrent(nullptr);
+        MediaDataBackend::setCurrent(nullptr);
+        SysCtrlBackend::setCurrent(nullptr);
+        ProcessSupportBackend::setCurrent(nullptr);
+        MediaManagerBackend::setCurrent(nullptr);
+        mLog.reset();
+    }
+
+    // The one error report written, checked for code, text and form.
+    void expectOneCreationFailure(const std::string& text) {
+        std::vector<HostLog::Line> reports;
+        for (const HostLog::Line& line : mLog->lines()) {
+            if (line.priority == 6) reports.push_back(line);
+        }
+        ASSERT_EQ(1u, reports.size());
+        EXPECT_EQ(kOutputLogTagId, reports[0].tagId);
+        EXPECT_FALSE(reports[0].hasTag);
+        const std::regex form("^\\[[^\\]]+:[0-9]+\\]\\[0x20300001\\]\\[(.*)\\]\r\n$");
+        std::smatch m;
+        ASSERT_TRUE(std::regex_match(reports[0].message, m, form)) << reports[0].message;
+        EXPECT_EQ(text, m[1].str());
+    }
+
+    std::unique_ptr<HostLog::Capture> mLog;
+    sp<FakeTuner> mTuner;
+    sp<FakeMediaData> mMediaData;
+    sp<FakeSysCtrl> mSysCtrl;
+    sp<FakeProcessSupport> mProcess;
+    sp<FakeMediaManager> mMediaManager;
+    sp<RecordingServiceManager> mServiceManager;
+};
+
+TEST_F(StartupTest, RegistersBothSourcesThenPublishesTheServiceThenGoesIdle) {
+    ASSERT_EQ(0, dabplayer_service_start(false));
+
+    std::vector<FakeMediaManager::Attempt> attempts = mMediaManager->attempts();
+    ASSERT_EQ(2u, attempts.size());
+    EXPECT_EQ("dab", attempts[0].name);
+    EXPECT_NE(nullptr, dynamic_cast<DABSourceController*>(attempts[0].listener.promote().get()));
+    EXPECT_EQ("tadab", attempts[1].name);
+    EXPECT_NE(nullptr, dynamic_cast<DABTASourceController*>(attempts[1].listener.promote().get()));
+    std::vector<FakeMediaManager::Registration> regs = mMediaManager->registrations();
+    ASSERT_EQ(2u, regs.size());
+    EXPECT_EQ("dab", regs[0].name);
+    EXPECT_EQ(12, regs[0].code);
+    EXPECT_EQ("tadab", regs[1].name);
+    EXPECT_EQ(12, regs[1].code);
+
+    EXPECT_EQ(std::vector<std::string>({"DABPlayer"}), mServiceManager->added());
+    EXPECT_EQ(std::vector<std::string>({"drop_privileges"}), mServiceManager->processCallsAtAdd());
+    EXPECT_EQ(std::vector<std::string>({"drop_privileges", "setOomAdj(5,2)"}), mProcess->calls());
+    EXPECT_TRUE(mTuner->initialized());
+    EXPECT_EQ(std::vector<std::string>({"attach(13,0)"}), mSysCtrl->calls());
+
+    std::vector<HostLog::Line> regLines = linesWithTagId(*mLog, kOutputLogTagId);
+    ASSERT_EQ(2u, regLines.size());
+    EXPECT_EQ("DABSource main: registerSource result = 0, data length = 0", regLines[0].message);
+    EXPECT_EQ("DABSource main: registerSource ta result = 0, data length = 0",
+              regLines[1].message);
+    for (const HostLog::Line& line : regLines) {
+        EXPECT_EQ(3, line.priority);
+        EXPECT_FALSE(line.hasTag);
+    }
+    // The service is constructed only after both registrations.
+    const std::vector<std::string> all = mLog->messages();
+    ASSERT_FALSE(all.empty());
+    EXPECT_EQ("DABSource main: registerSource ta result = 0, data length = 0", all[1]);
+    EXPECT_EQ("DABPlayerService construct", all[2]);
+}
+
+TEST_F(StartupTest, ControllersAreBoundToThePublishedService) {
+    ASSERT_EQ(0, dabplayer_service_start(false));
+    sp<IBinder> binder = mServiceManager->checkService(String16("DABPlayer"));
+    ASSERT_NE(nullptr, binder);
+    mSysCtrl->resume();
+    EXPECT_EQ(1, mMediaManager->activate("tadab"));
+    EXPECT_EQ(1, mMediaManager->deactivate("tadab"));
+    EXPECT_TRUE(mLog->contains("DABTASourceController onRequestActivation, Activation result 0"));
+    // The TA identity goes through the DAB source.
+    EXPECT_EQ(3u, mMediaManager->records("dab").size());
+    EXPECT_EQ(std::vector<std::string>(
+                      {"drop_privileges", "setOomAdj(5,2)", "setOomAdj(5,0)", "setOomAdj(5,2)"}),
+              mProcess->calls());
+}
+
+TEST_F(StartupTest, RegistrationErrorIsOnlyLoggedAndStartUpGoesOn) {
+    mMediaManager->setRegisterResult(-38, 2);
+    ASSERT_EQ(0, dabplayer_service_start(false));
+    EXPECT_TRUE(mLog->contains("DABSource main: registerSource result = -38, data length = 8"));
+    EXPECT_TRUE(mLog->contains("DABSource main: registerSource ta result = -38, data length = 8"));
+    EXPECT_EQ(std::vector<std::string>({"DABPlayer"}), mServiceManager->added());
+}
+
+TEST_F(StartupTest, DabSourceRefusedEndsWithStatusOneAndOneReport) {
+    mMediaManager->refuseCreate(-1, "dab");
+    EXPECT_EQ(1, dabplayer_service_start(false));
+    expectOneCreationFailure("in main Source::create failed!");
+    EXPECT_EQ(1u, mMediaManager->attempts().size());
+    EXPECT_TRUE(mMediaManager->registrations().empty());
+    EXPECT_TRUE(mServiceManager->added().empty());
+    EXPECT_FALSE(mTuner->initialized());
+    EXPECT_EQ(std::vector<std::string>({"drop_privileges"}), mProcess->calls());
+}
+
+TEST_F(StartupTest, TaSourceRefusedEndsWithStatusOneAfterTheDabRegistration) {
+    mMediaManager->refuseCreate(-1, "tadab");
+    EXPECT_EQ(1, dabplayer_service_start(false));
+    expectOneCreationFailure("in main Source dab ta::create failed!");
+    EXPECT_EQ(1u, mMediaManager->registrations().size());
+    EXPECT_TRUE(mLog->contains("DABSource main: registerSource result = 0, data length = 0"));
+    EXPECT_TRUE(mServiceManager->added().empty());
+    EXPECT_FALSE(mTuner->initialized());
+}
+
+TEST_F(StartupTest, RequestsDuringRegistrationFindNoServiceAndFail) {
+    std::vector<int> answers;
+    mMediaManager->setRegisterHook([&](const std::string& name) {
+        answers.push_back(mMediaManager->activate(name));
+        mMediaManager->requestPublish(name);
+    });
+    ASSERT_EQ(0, dabplayer_service_start(false));
+    EXPECT_EQ(std::vector<int>({0, 0}), answers);
+    EXPECT_TRUE(mLog->contains("DABSourceController onRequestActivation, Activation result -1"));
+    EXPECT_TRUE(mLog->contains("DABTASourceController onRequestActivation, Activation result -1"));
+    EXPECT_EQ(2, mLog->count("onReqPublishMediaInfo player is null"));
+    EXPECT_EQ(std::vector<std::string>({"DABPlayer"}), mServiceManager->added());
+}
+
+// The built executable, on the host's default media manager, which cannot be reached.
+TEST(StartupProcessTest, ExecutableWithoutMediaManagerExitsWithStatusOne) {
+    char self[PATH_MAX] = {};
+    ASSERT_GT(readlink("/proc/self/exe", self, sizeof(self) - 1), 0);
+    std::string exe(self);
+    exe = exe.substr(0, exe.rfind('/') + 1) + "dabplayer_service";
+    if (access(exe.c_str(), X_OK) != 0) GTEST_SKIP() << "not built: " << exe;
+
+    // Only stderr (the log) is read; a media manager that answers would keep it running.
+    const std::string command = "timeout 10 '" + exe + "' 2>&1 >/dev/null";
+    FILE* out = popen(command.c_str(), "r");
+    ASSERT_NE(nullptr, out);
+    std::string text;
+    char buffer[512];
+    while (fgets(buffer, sizeof(buffer), out) != nullptr) text += buffer;
+    const int status = pclose(out);
+    ASSERT_TRUE(WIFEXITED(status));
+    if (WEXITSTATUS(status) == 124) GTEST_SKIP() << "a media manager answered";
+    EXPECT_EQ(1, WEXITSTATUS(status));
+    EXPECT_NE(std::string::npos, text.find("[0x20300001][in main Source::create failed!]"))
+            << text;
+    EXPECT_EQ(std::string::npos, text.find("registerSource")) << text;
+}
