@@ -6,19 +6,23 @@
 #define DAB_HAVE_SIM_TUNER 1
 #endif
 
+#include <cstdio>
 #include <string>
 
 // Chooses the libraries' default backends for this process before anything uses them.
-static void installDefaultBackends() {
+// False when a named tuner scenario cannot be used: the user asked for that world.
+static bool installDefaultBackends() {
 #ifdef DAB_HAVE_SIM_TUNER
-    // An unusable scenario is logged by the simulator; the service still starts, with a
-    // tuner that receives nothing.
     std::string error;
-    media_lib_dab::SimTuner::installAsDefault(&error);
+    if (!media_lib_dab::SimTuner::installAsDefault(&error)) {
+        fprintf(stderr, "%s\n", error.c_str());
+        return false;
+    }
 #endif
+    return true;
 }
 
 int main() {
-    installDefaultBackends();
+    if (!installDefaultBackends()) return 1;
     return dabplayer_service_start(true);
 }
