@@ -1,0 +1,793 @@
+// List requests, item getters, recalls and the alphabetical search; then, end to end, a
+// scripted tuner that answers every list request the worker sends the way the tuner would.
+#include "ActiveServiceFixture.h"
+#include "DABListProcessThread.h"
+#include "ServiceFixture.h"
+#include "TunerListAnswerer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+using namespace android;
+using media_lib_dab::ST_DAB_PCH_LIST_ITEM;
+using media_lib_dab::ST_DAB_SVC_LIST_DATA;
+
+namespace {
+
+COMP_LIST_ITEM compItem(int index, const char* label, int codeTyped = 1) {
+    COMP_LIST_ITEM c;
+    memset(&c, 0, sizeof(c));
+    strncpy(c.label, label, sizeof(c.label));
+    c.index = index;
+    c.NM = static_cast<uint8_t>(20 + index);
+    c.eid = static_cast<uint16_t>(0xE000 + index);
+    c.sid = 0x10000u + static_cast<uint32_t>(index);
+    c.scid = static_cast<uint8_t>(index);
+    c.codeTyped = codeTyped;
+    return c;
+}
+
+ENSEMBLE_LIST_ITEM ensembleItem(int index, const char* label, uint16_t eid) {
+    ENSEMBLE_LIST_ITEM e;
+    memset(&e, 0, sizeof(e));
+    strncpy(e.label, label, sizeof(e.label));
+    e.index = index;
+    e.NM = 30;
+    e.eid = eid;
+    e.codeTyped = 8;
+    return e;
+}
+
+std::string text16(const char* buf) { return std::string(buf, strnlen(buf, 16)); }
+
+std::string recallOf(const COMP_LIST_ITEM& c) {
+    return "serviceRecall(" + std::to_string(c.NM) + "," + std::to_string(c.eid) + "," +
+           std::to_string(c.sid) + "," + std::to_string(c.scid) + ")";
+}
+
+bool anyLineContains(const HostLog::Capture& log, const std::string& text) {
+    for (const std::string& m : log.messages()) {
+        if (m.find(text) != std::string::npos) return true;
+    }
+    return false;
+}
+
+// Indices in the log of the first line equal to each text, in the order given; -1 if absent.
+std::vector<int> linePositions(const HostLog::Capture& log, const std::vector<std::string>& texts) {
+    const std::vector<std::string> lines = log.messages();
+    std::vector<int> out;
+    for (const std::string& t : texts) {
+        int at = -1;
+        for (size_t i = 0; i < lines.size(); ++i) {
+            if (lines[i] == t) {
+                at = static_cast<int>(i);
+                break;
+            }
+        }
+        out.push_back(at);
+    }
+    return out;
+}
+
+// The notes of these ids, as "msg:ext1:ext2", in arrival order.
+std::vector<std::string> notesOf(const FakeClient& client, std::initializer_list<int> ids) {
+    std::vector<std::string> out;
+    for (const FakeClient::Note& n : client.notes()) {
+        for (int id : ids) {
+            if (n.msg == id) {
+                out.push_back(std::to_string(n.msg) + ":" + std::to_string(n.ext1) + ":" +
+                              std::to_string(n.ext2));
+            }
+        }
+    }
+    return out;
+}
+
+}  // namespace
+
+// ---- Without a list worker: the service is marked active, nothing is queued. ----
+
+class ListRequestsTest : public ServiceFixture {
+protected:
+    void SetUp() override {
+        ServiceFixture::SetUp();
+        peer().setActive(1);
+    }
+    int currentType() {
+        int type = 0;
+        peer().cache().getCurrentCachedServiceItemType(&type);
+        return type;
+    }
+    void cacheServiceList(int type, int count) {
+        for (int i = 1; i <= count; ++i) {
+            char label[17];
+            snprintf(label, sizeof(label), "Svc %d", i);
+            COMP_LIST_ITEM c = compItem(i, label);
+            peer().cache().cacheServiceItem(type, &c);
+        }
+    }
+    void cachePreset(int band, int preset, int labelAvail, int nm, const char* label,
+                     int charCode = 1) {
+        PRESET_LIST_ITEM p;
+        memset(&p, 0, sizeof(p));
+        strncpy(p.label, labelAvail == 1 ? label : "", sizeof(p.label));
+        p.band = band;
+        p.item_index = preset;
+        p.NM = nm;
+        p.labelAvail = labelAvail;
+        p.charCode = charCode;
+        peer().cache().cachePresetItem(band, &p);
+    }
+};
+
+TEST_F(ListRequestsTest, InactiveServiceRefusesEveryOperationBeforeAnyEffect) {
+    cacheServiceList(DAB_SERVER_SERVICE_ITEM_PTY_POPULAR, 2);
+    peer().cache().setServiceListCount(2);
+    peer().setActive(0);
+    peer().isInSwitchBand() = DAB_SERVER_IS_IN_PRESET_UPDOWN;
+    char label[16] = {};
+    int code = -7;
+    int avail = -7;
+    EXPECT_EQ(-1, mService->requestPresetList(1));
+    EXPECT_EQ(-1, mService->requestServiceCompList());
+    EXPECT_EQ(-1, mService->requestEnsembleList());
+    EXPECT_EQ(-1, mService->requestPTYSecondList(0));
+    EXPECT_EQ(-1, mService->requestEnsembleSecondList(0));
+    EXPECT_EQ(-1, mService->abcSearch(0));
+    EXPECT_EQ(-1, mService->getPtyPopularListItem(0, label, &code));
+    EXPECT_EQ(-1, mService->getEnsembleListItem(0, label, &code));
+    EXPECT_EQ(-1, mService->getPresetListItem(1, 0, label, &code, &avail));
+    EXPECT_EQ(-1, mService->ptyPopularListRecall(0));
+    EXPECT_EQ(-7, code);
+    EXPECT_EQ(-7, avail);
+    EXPECT_EQ(DAB_SERVER_SERVICE_ITEM_PTY_POPULAR, currentType());
+    EXPECT_EQ(0, peer().listCountState());
+    EXPECT_EQ(DAB_SERVER_IS_IN_PRESET_UPDOWN, peer().isInSwitchBand());
+    COMP_LIST_ITEM c;
+    EXPECT_EQ(0, peer().cache().getCachedServiceItem(DAB_SERVER_SERVICE_ITEM_PTY_POPULAR, 2, &c));
+    EXPECT_TRUE(mTuner->commands().empty());
+    EXPECT_TRUE(anyLineContains(*mLog, "[0x20300006][in requestPresetList band=1]"));
+    EXPECT_TRUE(mLog->contains("in requestServiceCompList"));
+    EXPECT_TRUE(mLog->contains("DABPlayerService::ptyPopularListRecall,serviceIndex=0"));
+}
+
+TEST_F(ListRequestsTest, RequestPresetListChecksTheBandThenAnswersCachedBandsItself) {
+    EXPECT_EQ(-1, mService->requestPresetList(0));
+    EXPECT_EQ(-1, mService->requestPresetList(4));
+    EXPECT_TRUE(anyLineContains(*mLog, "[0x20300006][in requestPresetList band=0]"));
+    EXPECT_TRUE(anyLineContains(*mLog, "[0x20300006][in requestPresetList band=4]"));
+
+    peer().presetListNotCached()[1] = 0;
+    EXPECT_EQ(0, mService->requestPresetList(2));
+    EXPECT_TRUE(mLog->contains("DABPlayerService::requestPresetList band=2"));
+    EXPECT_TRUE(mLog->contains("requestPresetList band2 preset list is cached"));
+    // A band that is not cached needs the worker.
+    EXPECT_EQ(-1, mService->requestPresetList(3));
+    EXPECT_FALSE(mLog->contains("requestPresetList band3 preset list is cached"));
+}
+
+TEST_F(ListRequestsTest, ListRequestsWithoutWorkerFailAfterSettingTheListAndClearingTheCache) {
+    ENSEMBLE_LIST_ITEM e = ensembleItem(1, "Ens", 0xE00A);
+    peer().cache().cacheEnsembleItem(&e);
+    cacheServiceList(DAB_SERVER_SERVICE_ITEM_COMP, 3);
+    peer().isInManualUPDownInFreqExtend() = DAB_SERVER_IS_IN_PRESET_UPDOWN;
+
+    EXPECT_EQ(-1, mService->requestServiceCompList());
+    EXPECT_EQ(DAB_SERVER_SERVICE_ITEM_COMP, currentType());
+    EXPECT_EQ(1, peer().listCountState());
+    EXPECT_EQ(DAB_SERVER_IS_NOT_IN_PRESET_UPDOWN, peer().isInManualUPDownInFreqExtend());
+    COMP_LIST_ITEM c;
+    EXPECT_EQ(1, peer().cache().getCachedServiceItem(DAB_SERVER_SERVICE_ITEM_COMP, 1, &c));
+    EXPECT_EQ(1, peer().cache().getCachedEnsembleItem(1, &e));
+
+    EXPECT_EQ(-1, mService->requestEnsembleList());
+    EXPECT_EQ(DAB_SERVER_SERVICE_ITEM_ENSEMBLE, currentType());
+    for (int index = 0; index <= 3; ++index) {
+        EXPECT_EQ(-1, mService->requestPTYSecondList(index));
+        EXPECT_EQ(DAB_SERVER_SERVICE_ITEM_PTY_NEWSINFO + index, currentType());
+    }
+    EXPECT_TRUE(mLog->contains("in requestPTYSecondList index=3"));
+}
+
+TEST_F(ListRequestsTest, EnsembleSecondListKeepsTheEnsembleListAndNeedsTheChosenEntry) {
+    ENSEMBLE_LIST_ITEM e = ensembleItem(1, "One", 0xE001);
+    peer().cache().cacheEnsembleItem(&e);
+    e = ensembleItem(2, "Two", 0xE002);
+    peer().cache().cacheEnsembleItem(&e);
+    cacheServiceList(DAB_SERVER_SERVICE_ITEM_PTY_OTHERS, 2);
+
+    EXPECT_EQ(1, mService->requestEnsembleSecondList(3));
+    EXPECT_EQ(DAB_SERVER_SERVICE_ITEM_ENSEMBLE_COMP, currentType());
+    EXPECT_EQ(1, peer().listCountState());
+    COMP_LIST_ITEM c;
+    EXPECT_EQ(1, peer().cache().getCachedServiceItem(DAB_SERVER_SERVICE_ITEM_PTY_OTHERS, 1, &c));
+    EXPECT_EQ(0xFFFF, peer().currentEnsembleId());
+    EXPECT_EQ(1, mService->requestEnsembleSecondList(-1));
+    EXPECT_TRUE(mLog->contains("in requestEnsembleSecondList ensembleIndex=-1"));
+
+    // The entry exists: the ensemble is chosen even though no worker takes the request.
+    EXPECT_EQ(-1, mService->requestEnsembleSecondList(1));
+    EXPECT_EQ(0xE002, peer().currentEnsembleId());
+    ENSEMBLE_LIST_ITEM out;
+    EXPECT_EQ(0, peer().cache().getCachedEnsembleItem(1, &out));
+}
+
+TEST_F(ListRequestsTest, GettersOfAnotherListRefuseWithCodeTwentyOne) {
+    cacheServiceList(DAB_SERVER_SERVICE_ITEM_PTY_NEWSINFO, 2);
+    char label[16] = {};
+    int code = 0;
+    EXPECT_EQ(-1, mService->getServiceListItem(0, label, &code));
+    EXPECT_EQ(21, code);
+    EXPECT_TRUE(mLog->contains("bRetStatus =-1 code=21"));
+    code = 0;
+    EXPECT_EQ(-1, mService->getPtyPopularListItem(0, label, &code));
+    EXPECT_EQ(21, code);
+    code = 0;
+    EXPECT_EQ(-1, mService->getEnsembleCompListItem(0, label, &code));
+    EXPECT_EQ(21, code);
+    EXPECT_EQ(0, mService->getPtyNewsinfoListItem(0, label, &code));
+    EXPECT_EQ("Svc 1", text16(label));
+    EXPECT_EQ(-1, mService->getPtyNewsinfoListItem(0, nullptr, &code));
+}
+
+TEST_F(ListRequestsTest, EveryGetterReadsItsOwnList) {
+    struct Getter {
+        int type;
+        int (DABPlayerService::*get)(int, char*, int*);
+        const char* entryLine;
+    } getters[] = {
+            {1, &DABPlayerService::getServiceListItem, "in getServiceListItem"},
+            {2, &DABPlayerService::getPtyNewsinfoListItem, "in getPtyNewsinfoListItem"},
+            {3, &DABPlayerService::getPtyPopularListItem, "in getPtyPopularListItem"},
+            {4, &DABPlayerService::getPtyClassicsListItem, "in getPtyClassicsListItem"},
+            {5, &DABPlayerService::getPtyOthersListItem, "in getPtyOthersListItem"},
+            {6, &DABPlayerService::getEnsembleCompListItem, "in getEnsembleCompListItem"},
+    };
+    for (const Getter& g : getters) {
+        COMP_LIST_ITEM c = compItem(2, "ABCDEFGHIJKLMNOP", 7);  // a full 16-byte label
+        peer().cache().cacheServiceItem(g.type, &c);
+        char label[20];
+        memset(label, 'x', sizeof(label));
+        int code = 0;
+        EXPECT_EQ(0, (mService.get()->*g.get)(1, label, &code)) << g.entryLine;
+        EXPECT_EQ(0, memcmp(label, "ABCDEFGHIJKLMNOP", 16));
+        EXPECT_EQ('x', label[16]) << "no terminator is added";
+        EXPECT_EQ(5, code);
+        EXPECT_TRUE(mLog->contains(g.entryLine));
+        // A position without entry answers 1 and writes nothing.
+        code = 99;
+        EXPECT_EQ(1, (mService.get()->*g.get)(2, label, &code));
+        EXPECT_EQ(99, code);
+        EXPECT_EQ(1, (mService.get()->*g.get)(-1, label, &code));
+    }
+    EXPECT_TRUE(mLog->contains("bRetStatus =0 code=5"));
+}
+
+TEST_F(ListRequestsTest, EntryWithEmptyLabelAnswersOneAndLeavesTheOutputsAlone) {
+    COMP_LIST_ITEM c = compItem(1, "");
+    peer().cache().cacheServiceItem(DAB_SERVER_SERVICE_ITEM_PTY_CLASSICS, &c);
+    char label[16];
+    memset(label, 'q', sizeof(label));
+    int code = 42;
+    EXPECT_EQ(1, mService->getPtyClassicsListItem(0, label, &code));
+    EXPECT_EQ('q', label[0]);
+    EXPECT_EQ(42, code);
+    // A recall does not look at the label.
+    EXPECT_EQ(0, mService->ptyClassicsListRecall(0));
+    EXPECT_EQ(std::vector<std::string>{recallOf(c)}, mTuner->commands());
+}
+
+TEST_F(ListRequestsTest, RecallsTuneToTheEntryOfTheListBeingBrowsed) {
+    struct Recall {
+        int type;
+        int (DABPlayerService::*recall)(int);
+        const char* line;
+    } recalls[] = {
+            {1, &DABPlayerService::serviceListRecall, "DABPlayerService::serviceListRecall,serviceIndex=1"},
+            {2, &DABPlayerService::ptyNewsinfoListRecall, "DABPlayerService::ptyNewsinfoListRecall,serviceIndex=1"},
+            {3, &DABPlayerService::ptyPopularListRecall, "DABPlayerService::ptyPopularListRecall,serviceIndex=1"},
+            {4, &DABPlayerService::ptyClassicsListRecall, "DABPlayerService::ptyClassicsListRecall,serviceIndex=1"},
+            {5, &DABPlayerService::ptyOthersListRecall, "DABPlayerService::ptyOthersListRecall,serviceIndex=1"},
+            {6, &DABPlayerService::ensembleListRecall, "DABPlayerService::ensembleListRecall index=1"},
+    };
+    for (const Recall& r : recalls) {
+        mTuner->clearCommands();
+        COMP_LIST_ITEM c = compItem(2, "Target");
+        c.sid = 0xC0DE0000u + static_cast<uint32_t>(r.type);
+        peer().cache().cacheServiceItem(r.type, &c);
+        EXPECT_EQ(0, (mService.get()->*r.recall)(1)) << r.line;
+        EXPECT_EQ(1, (mService.get()->*r.recall)(5)) << r.line;
+        EXPECT_EQ(std::vector<std::string>{recallOf(c)}, mTuner->commands());
+        EXPECT_TRUE(mLog->contains(r.line));
+    }
+    // Browsing another list refuses; the ensemble list itself has no recall.
+    peer().cache().setCurrentCachedServiceItemType(DAB_SERVER_SERVICE_ITEM_ENSEMBLE);
+    EXPECT_EQ(-1, mService->ensembleListRecall(0));
+    EXPECT_EQ(-1, mService->serviceListRecall(0));
+    EXPECT_EQ(-1, mService->ptyOthersListRecall(0));
+}
+
+TEST_F(ListRequestsTest, AbcSearchSendsNothingBeforeTheServiceListIsComplete) {
+    EXPECT_EQ(-1, mService->abcSearch(0));  // no list size yet
+    cacheServiceList(DAB_SERVER_SERVICE_ITEM_COMP, 4);
+    peer().cache().setServiceListCount(5);  // the fifth entry has not arrived
+    EXPECT_EQ(-1, mService->abcSearch(0));
+    EXPECT_EQ(2, mLog->count("DABPlayerService abcSearch item not exist, return"));
+    EXPECT_TRUE(mTuner->commands().empty());
+    EXPECT_EQ(0, peer().abcSearchState());
+    EXPECT_EQ(0, peer().listCountState());
+    EXPECT_EQ(DAB_SERVER_SERVICE_ITEM_COMP, currentType());
+}
+
+TEST_F(ListRequestsTest, AbcSearchAsksTheTunerAndAlwaysAnswersMinusOne) {
+    cacheServiceList(DAB_SERVER_SERVICE_ITEM_COMP, 5);
+    peer().cache().setServiceListCount(5);
+    EXPECT_EQ(-1, mService->abcSearch(0));
+    EXPECT_EQ(1, peer().abcSearchState());
+    EXPECT_EQ(1, peer().listCountState());
+    EXPECT_EQ(DAB_SERVER_SERVICE_ITEM_ABC_SEARCH, currentType());
+    EXPECT_EQ(-1, mService->abcSearch(25));
+    EXPECT_EQ(-1, mService->abcSearch(26));
+    EXPECT_EQ(-1, mService->abcSearch(30));
+    EXPECT_EQ((std::vector<std::string>{"svcListAbcSearchLabelReq(1,65,0)",
+                                        "svcListAbcSearchLabelReq(1,90,0)",
+                                        "svcListAbcSearchLabelReq(1,0,0)",
+                                        "svcListAbcSearchLabelReq(1,30,0)"}),
+              mTuner->commands());
+    EXPECT_EQ(4, mLog->count("in abcSearch"));
+
+    // While searching, the service component getter and recall read the service list.
+    char label[16] = {};
+    int code = 0;
+    EXPECT_EQ(0, mService->getServiceListItem(4, label, &code));
+    EXPECT_EQ("Svc 5", text16(label));
+    mTuner->clearCommands();
+    EXPECT_EQ(0, mService->serviceListRecall(4));
+    EXPECT_EQ(std::vector<std::string>{recallOf(compItem(5, "Svc 5"))}, mTuner->commands());
+}
+
+TEST_F(ListRequestsTest, PresetWithoutLabelShowsItsChannelInTheDisplayFormat) {
+    cachePreset(1, 3, 0, 13, "");  // block 13 is channel 5A, 174.928 MHz
+    char label[16];
+    int code = 0;
+    int avail = -1;
+    peer().currentDisplayFormat() = 1;
+    EXPECT_EQ(0, mService->getPresetListItem(1, 2, label, &code, &avail));
+    EXPECT_EQ("174.928", text16(label));
+    EXPECT_EQ(5, code);
+    EXPECT_EQ(0, avail);
+    EXPECT_TRUE(mLog->contains("presetListItem.nm=13"));
+    EXPECT_TRUE(mLog->contains("getPresetListItem 1"));
+    EXPECT_TRUE(mLog->contains("getPresetListItem 2"));
+
+    peer().currentDisplayFormat() = 2;
+    EXPECT_EQ(0, mService->getPresetListItem(1, 2, label, &code, &avail));
+    EXPECT_EQ("5A", text16(label));
+    EXPECT_EQ(5, code);
+
+    // An unknown format leaves the label as the caller passed it.
+    peer().currentDisplayFormat() = 3;
+    memcpy(label, "KEEPKEEPKEEPKEEP", 16);
+    EXPECT_EQ(0, mService->getPresetListItem(1, 2, label, &code, &avail));
+    EXPECT_EQ(0, memcmp(label, "KEEPKEEPKEEPKEEP", 16));
+}
+
+TEST_F(ListRequestsTest, PresetWithLabelAndPresetsNeverReceived) {
+    cachePreset(2, 6, 1, 40, "My Station", 7);
+    char label[16];
+    int code = 0;
+    int avail = -1;
+    EXPECT_EQ(0, mService->getPresetListItem(2, 5, label, &code, &avail));
+    EXPECT_EQ("My Station", text16(label));
+    EXPECT_EQ(5, code);
+    EXPECT_EQ(1, avail);
+    EXPECT_TRUE(mLog->contains("getPresetListItem 3"));
+
+    // Never received, or a band that does not exist: an empty preset.
+    for (int band : {3, 4, 0}) {
+        memset(label, 'z', sizeof(label));
+        code = 0;
+        avail = -1;
+        EXPECT_EQ(1, mService->getPresetListItem(band, 0, label, &code, &avail)) << band;
+        EXPECT_EQ(0, label[0]);
+        EXPECT_EQ(5, code);
+        EXPECT_EQ(0, avail);
+    }
+    EXPECT_TRUE(mLog->contains("getPresetListItem 4"));
+    EXPECT_EQ(-1, mService->getPresetListItem(1, 6, label, &code, &avail));
+    EXPECT_EQ(-1, mService->getPresetListItem(1, -1, label, &code, &avail));
+    EXPECT_EQ(-1, mService->getPresetListItem(1, 0, nullptr, &code, &avail));
+}
+
+TEST_F(ListRequestsTest, SourceOnRequestWithoutWorkerOnlyLogs) {
+    mLog->clear();
+    mService->sourceOnRequestPresetList();
+    EXPECT_EQ((std::vector<int>{0, 1}),
+              linePositions(*mLog, {"DABPlayer sourceOnRequestPresetList",
+                                    "mpListProcessThread is NULL!"}));
+}
+
+// ---- With a running worker whose requests are answered at once. ----
+
+class ListRequestsWorkerTest : public ActiveServiceFixture {
+protected:
+    void SetUp() override {
+        ActiveServiceFixture::SetUp();
+        activateAndSettle();
+    }
+};
+
+TEST_F(ListRequestsWorkerTest, RequestPresetListQueuesOnlyBandsNotCached) {
+    peer().presetListNotCached()[1] = 0;
+    EXPECT_EQ(0, mClient->requestPresetList(2));
+    peer().presetListNotCached()[1] = 1;
+    EXPECT_EQ(0, mClient->requestPresetList(2));
+    EXPECT_TRUE(mTuner->waitForCommand("pchListReq(1)"));
+    ASSERT_TRUE(waitWorkerIdle());
+    EXPECT_EQ(std::vector<std::string>{"pchListReq(1)"}, mTuner->commands());
+}
+
+TEST_F(ListRequestsWorkerTest, EachPtyListAsksTheTunerForItemOneOfItsGroup) {
+    for (int index = 0; index <= 3; ++index) {
+        EXPECT_EQ(0, mClient->requestPTYSecondList(index));
+        EXPECT_TRUE(mTuner->waitForCommand("ptyListItemReq(1," + std::to_string(index + 1) + ")"));
+        ASSERT_TRUE(waitWorkerIdle());
+    }
+    EXPECT_EQ(4u, mTuner->commands().size());
+}
+
+TEST_F(ListRequestsWorkerTest, UnknownPtyGroupClearsTheListsButQueuesNothing) {
+    COMP_LIST_ITEM c = compItem(1, "Pop");
+    peer().cache().cacheServiceItem(DAB_SERVER_SERVICE_ITEM_PTY_POPULAR, &c);
+    EXPECT_EQ(0, mClient->requestPTYSecondList(5));
+    int type = 0;
+    peer().cache().getCurrentCachedServiceItemType(&type);
+    EXPECT_EQ(DAB_SERVER_SERVICE_ITEM_PTY_POPULAR, type);
+    EXPECT_EQ(1, peer().cache().getCachedServiceItem(DAB_SERVER_SERVICE_ITEM_PTY_POPULAR, 1, &c));
+    EXPECT_TRUE(mLog->contains("DABListProcessThread::requestServiceListItem msgType=0,itemIndex=1"));
+    ASSERT_TRUE(waitWorkerIdle());
+    EXPECT_TRUE(mTuner->commands().empty());
+}
+
+// ---- End to end: the tuner answers every request with the scripted items. ----
+
+class ListEndToEndTest : public ServiceFixture {
+protected:
+    // What the scripted tuner answers; the hook reads it on the worker's thread.
+    struct Script {
+        std::mutex lock;
+        std::vector<ST_DAB_SVC_LIST_DATA> lists[DAB_SERVER_QUEUE_MSG_ENSEMBLE_COMP + 1];
+        std::vector<std::string> ensembleCompRequests;
+    };
+
+    void SetUp() override {
+        ServiceFixture::SetUp();
+        mScript = std::make_shared<Script>();
+        mPlayer = connect(&mClient);
+        std::shared_ptr<Script> script = mScript;
+        FakeTuner* tuner = mTuner.get();  // outlives every worker of the test
+        mTuner->setCommandHook([script, tuner](const std::string& c) { answer(*script, tuner, c); });
+    }
+
+    void TearDown() override {
+        mTuner->setCommandHook(nullptr);
+        sp<DABListProcessThread> worker = peer().listWorker();
+        if (worker != nullptr) {
+            // End whatever the worker holds (the source-on delay lasts 2 s otherwise).
+            worker->requestExit();
+            worker->pushExitMsg();
+            EXPECT_TRUE(eventually(
+                    [&] {
+                        LIST_QUEUE_MSG held = worker->currentMsg();
+                        if (held.msgType != 0) worker->listItemCachedFinished(held);
+                        return !worker->isRunning();
+                    },
+                    8000));
+            worker->join();
+        }
+        worker.clear();
+        mPlayer.clear();
+        ServiceFixture::TearDown();
+    }
+
+    static ST_DAB_PCH_LIST_ITEM presetOf(int bandCode, int preset) {
+        ST_DAB_PCH_LIST_ITEM rec;
+        memset(&rec, 0, sizeof(rec));
+        rec.labelValid = 1;
+        rec.band = static_cast<uint32_t>(bandCode);
+        rec.pchNum = static_cast<uint8_t>(preset);
+        rec.nm = static_cast<uint8_t>(13 + bandCode * 6 + preset);
+        rec.labelEncode = 1;
+        snprintf(rec.label, sizeof(rec.label), "B%d P%d", bandCode + 1, preset);
+        return rec;
+    }
+
+    // Answers one recorded tuner command the way the tuner would, on the caller's thread.
+    static void answer(Script& script, FakeTuner* tuner, const std::string& command) {
+        int a = 0;
+        int b = 0;
+        int c = 0;
+        if (sscanf(command.c_str(), "pchListReq(%d)", &a) == 1) {
+            for (int preset = 1; preset <= 6; ++preset) {
+                tuner->setPchItem(presetOf(a, preset));
+                tuner->notify(media_lib_dab::DAB_NOTIFY_PRESET_ITEM, 0);
+            }
+            return;
+        }
+        if (sscanf(command.c_str(), "pchMemory(%d,%d)", &a, &b) == 2) {
+            // Storing a preset makes the tuner ask for the preset lists again.
+            tuner->notify(media_lib_dab::DAB_NOTIFY_PRESET_LIST_UPDATE_REQ, 0);
+            return;
+        }
+        int type = 0;
+        if (sscanf(command.c_str(), "svcCompListItemReq(%d,%d,%d)", &a, &b, &c) == 3) {
+            type = DAB_SERVER_QUEUE_MSG_SERVICE_COMP;
+        } else if (sscanf(command.c_str(), "ptyListItemReq(%d,%d)", &a, &b) == 2) {
+            type = DAB_SERVER_QUEUE_MSG_SERVICE_COMP + b;
+        } else if (sscanf(command.c_str(), "ensembleListItemReq(%d)", &a) == 1) {
+            type = DAB_SERVER_QUEUE_MSG_ENSEMBLE;
+        } else if (sscanf(command.c_str(), "ensembleCompListItemReq(%d,%d)", &a, &b) == 2) {
+            type = DAB_SERVER_QUEUE_MSG_ENSEMBLE_COMP;
+        } else {
+            return;
+        }
+        ST_DAB_SVC_LIST_DATA rec;
+        memset(&rec, 0, sizeof(rec));
+        {
+            std::lock_guard<std::mutex> lock(script.lock);
+            const std::vector<ST_DAB_SVC_LIST_DATA>& list = script.lists[type];
+            if (a >= 1 && a <= static_cast<int>(list.size())) {
+                rec = list[a - 1];
+                rec.curnum_all = static_cast<uint8_t>(list.size());
+                rec.curnum_pos = static_cast<uint8_t>(a);
+            }
+            // An empty list answers with size 0 and position 0.
+        }
+        tuner->setSvcItem(rec);
+        tuner->notify(media_lib_dab::DAB_NOTIFY_SVC_LIST_ITEM, 0);
+    }
+
+    void scriptList(int msgType, int count, const char* prefix) {
+        std::lock_guard<std::mutex> lock(mScript->lock);
+        std::vector<ST_DAB_SVC_LIST_DATA>& list = mScript->lists[msgType];
+        list.clear();
+        for (int i = 1; i <= count; ++i) {
+            ST_DAB_SVC_LIST_DATA rec;
+            memset(&rec, 0, sizeof(rec));
+            rec.valid = 1;
+            rec.NM = static_cast<uint8_t>(13 + i % 60);
+            rec.eid = static_cast<uint16_t>(0xE000 + i);
+            rec.sid = 0x5000u + static_cast<uint32_t>(i);
+            rec.scid = static_cast<uint32_t>(0x100 + i);
+            rec.codeTyped = 1;
+            snprintf(rec.label, sizeof(rec.label), "%s %02d", prefix, i);
+            list.push_back(rec);
+        }
+    }
+
+    // Activates the DAB source and waits until the three preset bands have arrived.
+    void activateAndReceivePresets() {
+        activate(0);
+        ASSERT_TRUE(eventually([&] { return peer().flagReqPrestListSourceOn() == 0; }, 10000));
+    }
+
+    std::string label16(int (IDABPlayer::*get)(int, char*, int*), int index, int* code) {
+        char label[16] = {};
+        if ((mPlayer.get()->*get)(index, label, code) != 0) return "<none>";
+        return text16(label);
+    }
+
+    std::shared_ptr<Script> mScript;
+    sp<FakeClient> mClient;
+    sp<IDABPlayer> mPlayer;
+};
+
+TEST_F(ListEndToEndTest, ActivationReceivesTheThreePresetBandsAndStartsTheSourceOnDelay) {
+    activateAndReceivePresets();
+    std::vector<std::string> presets = notesOf(*mClient, {DAB_SERVER_NOTIFY_PRESET_ITEM_UPDATE});
+    ASSERT_EQ(18u, presets.size());
+    // Each band arrives whole, its presets in order.
+    for (size_t i = 0; i < presets.size(); ++i) {
+        EXPECT_EQ(":" + std::to_string(i % 6), presets[i].substr(presets[i].find(':', 3), 2));
+    }
+    EXPECT_EQ(DAB_SERVER_IS_IN_PRESET_UPDOWN, peer().isInSourceOnDelay());
+    EXPECT_EQ(3, peer().presetListNotifyCount());
+    EXPECT_TRUE(mLog->contains("DABPlayer set mFlagReqPrestListSourceOn = 0"));
+    EXPECT_TRUE(mLog->contains(
+            "DABListProcessThread::DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE requestWaitEvent "
+            "msgType=17,itemIndex=0"));
+    sp<DABListProcessThread> worker = peer().listWorker();
+    EXPECT_TRUE(eventually([&] { return worker->currentMsg().msgType == 17; }));
+    worker.clear();
+
+    for (int band = 1; band <= 3; ++band) {
+        EXPECT_EQ(0, peer().presetListNotCached()[band - 1]);
+        EXPECT_EQ(0, mPlayer->requestPresetList(band));
+        EXPECT_TRUE(mLog->contains("requestPresetList band" + std::to_string(band) +
+                                   " preset list is cached"));
+        for (int index = 0; index < 6; ++index) {
+            char label[16] = {};
+            int code = 0;
+            int avail = 0;
+            EXPECT_EQ(0, mPlayer->getPresetListItem(band, index, label, &code, &avail));
+            EXPECT_EQ("B" + std::to_string(band) + " P" + std::to_string(index + 1),
+                      text16(label));
+            EXPECT_EQ(10, code);
+            EXPECT_EQ(1, avail);
+        }
+    }
+
+    // After the source-on phase a preset item takes the ordinary path.
+    mLog->clear();
+    mTuner->setPchItem(presetOf(0, 1));
+    mTuner->notify(media_lib_dab::DAB_NOTIFY_PRESET_ITEM, 0);
+    EXPECT_EQ(3, peer().presetListNotifyCount());
+    EXPECT_FALSE(mLog->contains("DABPlayer set mFlagReqPrestListSourceOn = 0"));
+    EXPECT_EQ(1, peer().presetReceived(1, 1));
+}
+
+TEST_F(ListEndToEndTest, ServiceComponentListOfThirtyReachesTheClientInOrder) {
+    scriptList(DAB_SERVER_QUEUE_MSG_SERVICE_COMP, 30, "Service");
+    activateAndReceivePresets();
+    mClient->clear();
+    mTuner->clearCommands();
+
+    ASSERT_EQ(0, mPlayer->requestServiceCompList());
+    ASSERT_TRUE(mClient->waitFor(
+            [](const std::vector<FakeClient::Note>& notes) {
+                int items = 0;
+                for (const FakeClient::Note& n : notes) items += n.msg == 17;
+                return items == 30;
+            },
+            std::chrono::seconds(15)));
+    std::vector<std::string> expected{"16:30:0"};
+    std::vector<std::string> requests;
+    for (int i = 0; i < 30; ++i) {
+        expected.push_back("17:" + std::to_string(i) + ":0");
+        requests.push_back("svcCompListItemReq(" + std::to_string(i + 1) + ",0,0)");
+    }
+    EXPECT_EQ(expected, notesOf(*mClient, {16, 17}));
+    EXPECT_EQ(requests, mTuner->commands());
+    EXPECT_EQ(30, peer().cache().getServiceListCount());
+
+    for (int i = 0; i < 30; ++i) {
+        int code = 0;
+        char want[17];
+        snprintf(want, sizeof(want), "Service %02d", i + 1);
+        EXPECT_EQ(want, label16(&IDABPlayer::getServiceListItem, i, &code));
+        EXPECT_EQ(10, code);
+    }
+    EXPECT_EQ("<none>", label16(&IDABPlayer::getServiceListItem, 30, nullptr));
+
+    // The complete list can be searched; the tuner's answer is the position of the match.
+    mTuner->clearCommands();
+    EXPECT_EQ(-1, mPlayer->abcSearch(18));
+    EXPECT_EQ(std::vector<std::string>{"svcListAbcSearchLabelReq(1,83,0)"}, mTuner->commands());
+    ST_DAB_SVC_LIST_DATA result;
+    memset(&result, 0, sizeof(result));
+    result.listnum_pos = 12;
+    mTuner->setSvcItem(result);
+    mTuner->notify(media_lib_dab::DAB_NOTIFY_SVC_LIST_ITEM, 0);
+    EXPECT_EQ(std::vector<std::string>{"23:11:0"}, notesOf(*mClient, {23}));
+    EXPECT_EQ("Service 12", label16(&IDABPlayer::getServiceListItem, 11, nullptr));
+}
+
+TEST_F(ListEndToEndTest, PtyListAsksForTheRemainingItemsNewestFirstAndServesThemInOrder) {
+    scriptList(DAB_SERVER_QUEUE_MSG_PTY_POPULAR, 4, "Pop");
+    activateAndReceivePresets();
+    mClient->clear();
+    mTuner->clearCommands();
+
+    ASSERT_EQ(0, mPlayer->requestPTYSecondList(1));
+    ASSERT_TRUE(mClient->waitFor(
+            [](const std::vector<FakeClient::Note>& notes) {
+                int items = 0;
+                for (const FakeClient::Note& n : notes) items += n.msg == 27;
+                return items == 4;
+            },
+            std::chrono::seconds(10)));
+    EXPECT_EQ((std::vector<std::string>{"26:4:0", "27:0:0", "27:1:0", "27:2:0", "27:3:0"}),
+              notesOf(*mClient, {26, 27}));
+    EXPECT_EQ((std::vector<std::string>{"ptyListItemReq(1,2)", "ptyListItemReq(2,2)",
+                                        "ptyListItemReq(3,2)", "ptyListItemReq(4,2)"}),
+              mTuner->commands());
+    std::vector<int> order = linePositions(
+            *mLog, {"DABListProcessThread::requestServiceListItem msgType=7,itemIndex=4",
+                    "DABListProcessThread::requestServiceListItem msgType=7,itemIndex=3",
+                    "DABListProcessThread::requestServiceListItem msgType=7,itemIndex=2"});
+    EXPECT_LT(-1, order[0]);
+    EXPECT_LT(order[0], order[1]);
+    EXPECT_LT(order[1], order[2]);
+    int code = 0;
+    EXPECT_EQ("Pop 03", label16(&IDABPlayer::getPtyPopularListItem, 2, &code));
+    // Another list's getter refuses while this one is browsed.
+    EXPECT_EQ("<none>", label16(&IDABPlayer::getPtyOthersListItem, 2, &code));
+    EXPECT_EQ(21, code);
+}
+
+TEST_F(ListEndToEndTest, EmptyEnsembleListAnnouncesZeroAndEndsTheWaitForItemOne) {
+    activateAndReceivePresets();
+    mClient->clear();
+    mTuner->clearCommands();
+    ASSERT_EQ(0, mPlayer->requestEnsembleList());
+    ASSERT_TRUE(mClient->waitForNote(DAB_SERVER_NOTIFY_ENSEMBLE_LIST_COUNT_UPDATE, 0));
+    sp<DABListProcessThread> worker = peer().listWorker();
+    // Well within the worker's 5 s: the empty answer ended the request.
+    EXPECT_TRUE(eventually(
+            [&] { return worker->currentMsg().msgType == 0 && worker->queueSize() == 0; }, 2000));
+    worker.clear();
+    EXPECT_EQ(std::vector<std::string>{"34:0:0"}, notesOf(*mClient, {34, 35}));
+    EXPECT_EQ(std::vector<std::string>{"ensembleListItemReq(1)"}, mTuner->commands());
+    EXPECT_EQ("<none>", label16(&IDABPlayer::getEnsembleListItem, 0, nullptr));
+}
+
+TEST_F(ListEndToEndTest, ComponentsOfAnEnsembleAreListedAndRecalled) {
+    scriptList(DAB_SERVER_QUEUE_MSG_ENSEMBLE, 2, "Ens");
+    scriptList(DAB_SERVER_QUEUE_MSG_ENSEMBLE_COMP, 3, "Comp");
+    activateAndReceivePresets();
+    mClient->clear();
+
+    ASSERT_EQ(0, mPlayer->requestEnsembleList());
+    ASSERT_TRUE(mClient->waitForNote(DAB_SERVER_NOTIFY_ENSEMBLE_LIST_ITEM_UPDATE, 1));
+    EXPECT_EQ(-1, mPlayer->ensembleListRecall(0));
+
+    mTuner->clearCommands();
+    ASSERT_EQ(0, mPlayer->requestEnsembleSecondList(1));
+    ASSERT_TRUE(mClient->waitForNote(DAB_SERVER_NOTIFY_ENSEMBLE_COMP_LIST_ITEM_UPDATE, 2));
+    EXPECT_EQ((std::vector<std::string>{"32:3:0", "33:0:0", "33:1:0", "33:2:0"}),
+              notesOf(*mClient, {32, 33}));
+    // The chosen ensemble's EId goes with every request of its components.
+    EXPECT_EQ((std::vector<std::string>{"ensembleCompListItemReq(1,57346)",
+                                        "ensembleCompListItemReq(2,57346)",
+                                        "ensembleCompListItemReq(3,57346)"}),
+              mTuner->commands());
+    int code = 0;
+    EXPECT_EQ("Comp 02", label16(&IDABPlayer::getEnsembleCompListItem, 1, &code));
+    EXPECT_EQ("Ens 02", label16(&IDABPlayer::getEnsembleListItem, 1, &code));
+
+    mTuner->clearCommands();
+    EXPECT_EQ(0, mPlayer->ensembleListRecall(0));
+    // NM 14, EId 0xE001, SId 0x5001, low byte of the SCId 0x101.
+    EXPECT_EQ(std::vector<std::string>{"serviceRecall(14,57345,20481,1)"}, mTuner->commands());
+}
+
+TEST_F(ListEndToEndTest, StoredPresetEndsInAPresetBusyPeriodAfterTheListsReturn) {
+    activateAndReceivePresets();
+    mClient->clear();
+    mLog->clear();
+
+    ASSERT_EQ(0, mPlayer->presetListMemory(2, 3));
+    ASSERT_TRUE(eventually([&] {
+        return peer().isInPresetMemoryExtend() == DAB_SERVER_IS_NOT_IN_PRESET_UPDOWN &&
+               peer().isInPresetUpDown() == DAB_SERVER_IS_IN_PRESET_UPDOWN &&
+               mClient->count(DAB_SERVER_NOTIFY_PRESET_ITEM_UPDATE) == 18;
+    }));
+    EXPECT_TRUE(mLog->contains("DABPlayer received DAB_SERVER_NOTIFY_PRESETLIST_ITEM_UPDATE_REQ"));
+    std::vector<int> order = linePositions(
+            *mLog, {"DDABListProcessThread::srequestPresetListItemUpdate msg.msgType=1",
+                    "DDABListProcessThread::srequestPresetListItemUpdate msg.msgType=2",
+                    "DDABListProcessThread::srequestPresetListItemUpdate msg.msgType=3",
+                    "DABListProcessThread::DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE requestWaitEvent "
+                    "msgType=12,itemIndex=0"});
+    EXPECT_LT(-1, order[0]);
+    EXPECT_LT(order[0], order[1]);
+    EXPECT_LT(order[1], order[2]);
+    EXPECT_LT(order[2], order[3]);
+    // The operation announces itself with 17, and its end announces 17 again after the lists.
+    std::vector<std::string> modes = notesOf(*mClient, {15, 39});
+    auto start = std::find(modes.begin(), modes.end(), "39:17:0");
+    ASSERT_GE(modes.end() - start, 20);
+    EXPECT_EQ(18, std::count_if(start + 1, start + 19,
+                                [](const std::string& n) { return n.compare(0, 3, "15:") == 0; }));
+    EXPECT_EQ("39:17:0", *(start + 19));
+    // Re-reading the lists leaves them cached and the source-on phase over.
+    for (int band = 0; band < 3; ++band) EXPECT_EQ(0, peer().presetListNotCached()[band]);
+    EXPECT_EQ(3, peer().presetListNotifyCount());
+}
