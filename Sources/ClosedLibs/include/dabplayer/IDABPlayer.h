@@ -114,6 +114,7 @@ public:
 
 class BnDABPlayer : public BnInterface<IDABPlayer> {
 public:
+    // Binder threads; unmarshals one call, runs the operation and blocks as long as it does.
     status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply,
                         uint32_t flags = 0) override;
 };

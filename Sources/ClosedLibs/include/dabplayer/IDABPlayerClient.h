@@ -19,6 +19,7 @@ public:
 
 class BnDABPlayerClient : public BnInterface<IDABPlayerClient> {
 public:
+    // Binder threads; unmarshals the call and runs notify, blocking as long as it does.
     status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply,
                         uint32_t flags = 0) override;
 };

@@ -21,6 +21,7 @@ public:
 
 class BnDABPlayerService : public BnInterface<IDABPlayerService> {
 public:
+    // Binder threads; unmarshals the call and runs createClient, blocking as long as it does.
     status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply,
                         uint32_t flags = 0) override;
 };
