@@ -1,22 +1,21 @@
 #include <codeconver/CodeConver.h>
 
+#include "EbuLatin.h"
+
 #include <stddef.h>
 #include <stdint.h>
 
 #include <string>
 
-namespace {
-
-// Marks a position of a character set that has no character; a text holding it is refused.
-constexpr uint16_t kUndefined = 0xFFFF;
+namespace codeconver {
 
 // The complete EBU Latin based repertoire of DAB, byte value to Unicode code point.
 // 0x00 ends the text and never reaches the table. Three positions are controls of the
 // broadcast text: 0x0A preferred line break (LF), 0x0B end of headline (kept as VT so that
 // a reader can still split the headline off), 0x1F preferred word break (soft hyphen).
-constexpr uint16_t kEbuLatin[256] = {
+const uint16_t kEbuLatinToUnicode[256] = {
     // 0x00: end, Ę Į Ų Ă Ė Ď Ș Ț Ċ, line break, end of headline, Ġ Ĺ Ż Ń
-    kUndefined, 0x0118, 0x012E, 0x0172, 0x0102, 0x0116, 0x010E, 0x0218,
+    kEbuLatinUndefined, 0x0118, 0x012E, 0x0172, 0x0102, 0x0116, 0x010E, 0x0218,
     0x021A, 0x010A, 0x000A, 0x000B, 0x0120, 0x0139, 0x017B, 0x0143,
     // 0x10: ą ę į ų ă ė ď ș ț ċ Ň Ě ġ ĺ ż, word break
     0x0105, 0x0119, 0x012F, 0x0173, 0x0103, 0x0117, 0x010F, 0x0219,
@@ -65,6 +64,14 @@ constexpr uint16_t kEbuLatin[256] = {
     0x00FE, 0x014B, 0x0155, 0x0107, 0x015B, 0x017A, 0x0165, 0x0127,
 };
 
+}  // namespace codeconver
+
+namespace {
+
+constexpr uint16_t kUndefined = codeconver::kEbuLatinUndefined;
+
+
+
 // Appends one code point of the Basic Multilingual Plane (never a surrogate) as UTF-8.
 void appendUtf8(std::string& out, uint16_t cp) {
     if (cp < 0x80) {
@@ -90,7 +97,7 @@ bool convertEbuLatin(const uint8_t* p, size_t length, std::string& out) {
     size_t n = byteLengthToNul(p, length);
     out.reserve(n * 2);
     for (size_t i = 0; i < n; ++i) {
-        uint16_t cp = kEbuLatin[p[i]];
+        uint16_t cp = codeconver::kEbuLatinToUnicode[p[i]];
         if (cp == kUndefined) return false;
         appendUtf8(out, cp);
     }
