@@ -273,6 +273,9 @@ private:
     void handlePlaybackStatusChange(int value);
 
     // List, preset and error dispatch.
+    // Reads, caches and announces one preset item; the worker when the item completed a band
+    // and the worker was told, else null.
+    android::sp<DABListProcessThread> receivePresetItem();
     void handlePresetItemSourceOn();
     void handlePresetItem();
     void handlePresetListUpdateReq();

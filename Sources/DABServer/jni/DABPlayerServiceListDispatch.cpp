@@ -237,18 +237,24 @@ bool DABPlayerService::checkPresetListBandFinished(LIST_QUEUE_MSG& msg) {
     return false;
 }
 
-void DABPlayerService::handlePresetItemSourceOn() {
+sp<DABListProcessThread> DABPlayerService::receivePresetItem() {
     DAB_LOGD(DAB_TAG_PLAYER, "DABPlayer preset list notify from dab lib");
-    if (PresetListRcvItemHandle() != 0) return;
+    if (PresetListRcvItemHandle() != 0) return nullptr;
     LIST_QUEUE_MSG msg = {0, 0, 0};
-    if (!checkPresetListBandFinished(msg)) return;
+    if (!checkPresetListBandFinished(msg)) return nullptr;
 
     sp<DABListProcessThread> worker = listWorker();
     if (worker == nullptr) {
         DAB_LOGD(DAB_TAG_PLAYER, "mpListProcessThread is NULL!");
-        return;
+        return nullptr;
     }
     worker->listItemCachedFinished(LIST_QUEUE_MSG{msg.msgType, 0, 0});
+    return worker;
+}
+
+void DABPlayerService::handlePresetItemSourceOn() {
+    sp<DABListProcessThread> worker = receivePresetItem();
+    if (worker == nullptr) return;
 
     if (++mPresetListNotifyCount == DAB_SERVER_PRESET_BAND_COUNT) {
         // All three bands arrived: the source-on delay lasts until its wait event ends.
@@ -260,17 +266,8 @@ void DABPlayerService::handlePresetItemSourceOn() {
 }
 
 void DABPlayerService::handlePresetItem() {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayer preset list notify from dab lib");
-    if (PresetListRcvItemHandle() != 0) return;
-    LIST_QUEUE_MSG msg = {0, 0, 0};
-    if (!checkPresetListBandFinished(msg)) return;
-
-    sp<DABListProcessThread> worker = listWorker();
-    if (worker == nullptr) {
-        DAB_LOGD(DAB_TAG_PLAYER, "mpListProcessThread is NULL!");
-        return;
-    }
-    worker->listItemCachedFinished(LIST_QUEUE_MSG{msg.msgType, 0, 0});
+    sp<DABListProcessThread> worker = receivePresetItem();
+    if (worker == nullptr) return;
 
     if (isInPresetMemoryExtend != DAB_SERVER_IS_IN_PRESET_UPDOWN) return;
     if (++sPresetMemoryBandCount < DAB_SERVER_PRESET_BAND_COUNT) return;
