@@ -84,8 +84,9 @@ status_t Parcel::writeStrongBinder(const sp<IBinder>& val) {
     return writeInt32(static_cast<int32_t>(mObjects.size() - 1));
 }
 
-void Parcel::appendObjectForTransport(const sp<IBinder>& binder) {
+void Parcel::appendObjectForTransport(const sp<IBinder>& binder, size_t position) {
     mObjects.push_back(binder);
+    mObjectPositions.push_back(position);
 }
 
 status_t Parcel::writeByteBlock(const void* data, int32_t len) {

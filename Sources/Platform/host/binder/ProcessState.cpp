@@ -2,7 +2,8 @@
 #include <binder/IPCThreadState.h>
 #include <binder/ProcessState.h>
 
-#include <condition_variable>
+#include "BinderRuntime.h"
+
 #include <mutex>
 #include <unistd.h>
 
@@ -10,30 +11,31 @@ namespace android {
 
 namespace {
 std::mutex gProcessLock;
-sp<ProcessState> gProcess;  // guarded by gProcessLock
-
-// joinThreadPool parks the thread here; an in-process host has no driver to read from.
-std::mutex gPoolLock;
-std::condition_variable gPoolCond;
+// Never destroyed: pool threads may still use it while the process exits.
+sp<ProcessState>* gProcess = new sp<ProcessState>();  // guarded by gProcessLock
 }  // namespace
 
 sp<ProcessState> ProcessState::self() {
     std::lock_guard<std::mutex> lock(gProcessLock);
-    if (gProcess == nullptr) gProcess = new ProcessState();
-    return gProcess;
+    if (*gProcess == nullptr) *gProcess = new ProcessState();
+    return *gProcess;
 }
 
 ProcessState::ProcessState() : mThreadPoolStarted(false) {}
 ProcessState::~ProcessState() {}
 
+// Pool threads are spawned when incoming work finds none free, so a process that never talks
+// to another one keeps no extra threads; starting the pool only records the intent.
 void ProcessState::startThreadPool() {
     std::lock_guard<std::mutex> lock(gProcessLock);
     mThreadPoolStarted = true;
 }
 
-void ProcessState::setThreadPoolMaxThreadCount(size_t) {}
+void ProcessState::setThreadPoolMaxThreadCount(size_t maxThreads) {
+    BinderRuntime::instance().setMaxPoolThreads(maxThreads);
+}
 
-sp<IBinder> ProcessState::getContextObject(const sp<IBinder>&) { return nullptr; }
+sp<IBinder> ProcessState::getContextObject(const sp<IBinder>&) { return binderContextObject(); }
 
 IPCThreadState::IPCThreadState() : mCallingUid(getuid()), mCallingPid(getpid()) {}
 
@@ -50,16 +52,21 @@ void IPCThreadState::setCallingIdentity(uid_t uid, pid_t pid) {
     mCallingPid = pid;
 }
 
-void IPCThreadState::clearCallingIdentity() {
+int64_t IPCThreadState::clearCallingIdentity() {
+    const int64_t token = (static_cast<int64_t>(mCallingUid) << 32) |
+                          static_cast<int64_t>(static_cast<uint32_t>(mCallingPid));
     mCallingUid = getuid();
     mCallingPid = getpid();
+    return token;
+}
+
+void IPCThreadState::restoreCallingIdentity(int64_t token) {
+    mCallingUid = static_cast<uid_t>(static_cast<uint64_t>(token) >> 32);
+    mCallingPid = static_cast<pid_t>(static_cast<uint32_t>(token & 0xffffffff));
 }
 
 void IPCThreadState::flushCommands() {}
 
-void IPCThreadState::joinThreadPool(bool) {
-    std::unique_lock<std::mutex> lock(gPoolLock);
-    gPoolCond.wait(lock, [] { return false; });
-}
+void IPCThreadState::joinThreadPool(bool) { BinderRuntime::instance().joinPool(); }
 
 }  // namespace android

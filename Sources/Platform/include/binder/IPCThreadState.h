@@ -3,6 +3,8 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
+
 namespace android {
 
 // Per-thread binder state: who is calling, and joining the pool.
@@ -17,17 +19,19 @@ public:
     pid_t getCallingPid() const;
     // Transport hook: sets the caller identity for the transaction being served.
     void setCallingIdentity(uid_t uid, pid_t pid);
-    void clearCallingIdentity();
+    // Makes the process itself the caller; returns a token that restores the previous caller.
+    int64_t clearCallingIdentity();
+    void restoreCallingIdentity(int64_t token);
 
-    // Sends pending reference releases at once.
+    // Non-blocking. Releases go out as proxies are dropped, so nothing is ever pending.
     void flushCommands();
-    // Blocks: the thread serves transactions for the life of the process.
+    // Blocks for ever: the thread serves incoming calls with the pool.
     void joinThreadPool(bool isMain = true);
 
 private:
     IPCThreadState();
-    uid_t mCallingUid;
-    pid_t mCallingPid;
+    uid_t mCallingUid;  // owner thread only
+    pid_t mCallingPid;  // owner thread only
 };
 
 }  // namespace android

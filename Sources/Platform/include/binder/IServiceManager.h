@@ -9,11 +9,15 @@ namespace android {
 // Name service of binder objects.
 class IServiceManager : public virtual RefBase {
 public:
-    // Any thread; may block a few seconds waiting for a service that is starting.
+    // Any thread; blocks up to 2 s waiting for a service that is starting. A service of this
+    // process is found first; another process's through its socket.
     virtual sp<IBinder> getService(const String16& name) const = 0;
-    // Any thread; non-blocking.
+    // Any thread; does not wait for a missing service (a lookup in another process is one
+    // call there).
     virtual sp<IBinder> checkService(const String16& name) const = 0;
-    // Any thread; non-blocking.
+    // Any thread; non-blocking. Registers the service in this process and makes other
+    // processes reach it through a socket named after it; ALREADY_EXISTS when another live
+    // process serves the name (it stays registered in this process).
     virtual status_t addService(const String16& name, const sp<IBinder>& service,
                                 bool allowIsolated = false) = 0;
     virtual Vector<String16> listServices() = 0;

@@ -65,8 +65,9 @@ public:
     const std::vector<sp<IBinder>>& objects() const;
     // Positions in the data where each object's index was written.
     const std::vector<size_t>& objectPositions() const;
-    // Transport hook: appends a binder reference without writing its index.
-    void appendObjectForTransport(const sp<IBinder>& binder);
+    // Transport hook: records a binder reference whose index is already in the data at
+    // position.
+    void appendObjectForTransport(const sp<IBinder>& binder, size_t position);
 
 private:
     status_t growData(size_t len);

@@ -3,6 +3,8 @@
 
 #include <utils/RefBase.h>
 
+#include <cstddef>
+
 namespace android {
 
 class IBinder;
@@ -13,9 +15,13 @@ public:
     // Any thread; non-blocking.
     static sp<ProcessState> self();
 
-    // Any thread; non-blocking. Starts the pool threads that serve incoming transactions.
+    // Any thread; non-blocking. Pool threads serve incoming transactions: the first starts
+    // with the process's first socket (addService or getService of another process), more as
+    // calls find no free thread; so this only records the intent.
     void startThreadPool();
+    // Any thread; non-blocking. Upper bound of spawned pool threads (default 15).
     void setThreadPoolMaxThreadCount(size_t maxThreads);
+    // Any thread; non-blocking. The process's own context object (service lookup by name).
     sp<IBinder> getContextObject(const sp<IBinder>& caller);
 
 private:

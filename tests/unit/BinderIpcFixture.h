@@ -1,0 +1,42 @@
+#ifndef DAB_TESTS_BINDER_IPC_FIXTURE_H
+#define DAB_TESTS_BINDER_IPC_FIXTURE_H
+
+#include "../../tools/binder_test_peer/BinderTestNode.h"
+
+#include "HostLog.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <vector>
+
+// Runs each test in a fresh runtime directory and starts helper processes in it. Teardown
+// kills every helper, closes every connection, forgets the services the test added and
+// removes the directory; it fails the test when a connection outlives it.
+class BinderIpcTest : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    // Starts binder_test_peer with these arguments; its stderr goes to a file in the
+    // directory. Returns its pid.
+    pid_t spawnPeer(const std::vector<std::string>& args);
+    // Waits for a helper to end: its exit status, minus the signal that killed it, or -1000
+    // on time-out.
+    int waitExit(pid_t pid, std::chrono::milliseconds timeout);
+    // Polls the condition until it holds or the time-out passes.
+    static bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout);
+    const std::string& dir() const { return mDir; }
+
+private:
+    std::string mDir;
+    std::string mPreviousDir;
+    bool mHadPreviousDir = false;
+    std::vector<pid_t> mChildren;  // test thread only; reaped ones removed
+};
+
+#endif  // DAB_TESTS_BINDER_IPC_FIXTURE_H

@@ -1,0 +1,359 @@
+// The binder transport between processes: calls, references, nesting, death, one-way fan-out
+// and hostile input. Each test runs helper processes (binder_test_peer) in a runtime
+// directory of its own and removes every process and socket it made.
+#include "BinderIpcFixture.h"
+
+#include "BinderConnection.h"
+#include "BinderRuntime.h"
+
+#include <binder/BpBinder.h>
+#include <binder/IServiceManager.h>
+
+#include <gtest/gtest.h>
+
+#include <signal.h>
+
+#include <atomic>
+#include <chrono>
+#include <set>
+#include <thread>
+
+using namespace android;
+using namespace binder_test;
+using namespace std::chrono_literals;
+
+namespace {
+
+class CountingRecipient : public IBinder::DeathRecipient {
+public:
+    void binderDied(const wp<IBinder>&) override { mCount++; }
+    int count() const { return mCount.load(); }
+
+private:
+    std::atomic<int> mCount{0};
+};
+
+Parcel& echoArgs(Parcel& p, int32_t v, const char* s) {
+    p.writeInt32(v);
+    p.writeString8(String8(s));
+    return p;
+}
+
+status_t call(const sp<IBinder>& target, uint32_t code, const Parcel& data, Parcel* reply) {
+    return target->transact(code, data, reply);
+}
+
+TEST_F(BinderIpcTest, CallReturnsTheRemoteReplyAndTheSameProxyEachTime) {
+    spawnPeer({"service", "svc"});
+    sp<IBinder> service = defaultServiceManager()->getService(String16("svc"));
+    ASSERT_NE(nullptr, service);
+    EXPECT_NE(nullptr, service->remoteBinder());
+    EXPECT_EQ(nullptr, service->localBinder());
+
+    Parcel data, reply;
+    ASSERT_EQ(NO_ERROR, call(service, ECHO, echoArgs(data, 41, "hello"), &reply));
+    EXPECT_EQ(42, reply.readInt32());
+    EXPECT_STREQ("hello", reply.readString8().string());
+
+    EXPECT_EQ(service, defaultServiceManager()->getService(String16("svc")));
+    EXPECT_EQ(service, defaultServiceManager()->checkService(String16("svc")));
+    EXPECT_EQ(NO_ERROR, service->pingBinder());
+    EXPECT_TRUE(service->isBinderAlive());
+    // The remote status comes back as it was.
+    Parcel none, unused;
+    EXPECT_EQ(UNKNOWN_TRANSACTION, service->transact(0x00777777, none, &unused));
+    EXPECT_EQ(1u, BinderRuntime::connectionCount());
+}
+
+TEST_F(BinderIpcTest, CheckServiceDoesNotWaitForAMissingService) {
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(nullptr, defaultServiceManager()->checkService(String16("nobody")));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 1s);
+}
+
+TEST_F(BinderIpcTest, CallerIdentityIsThePeerProcess) {
+    const pid_t child = spawnPeer({"service", "svc"});
+    sp<IBinder> service = defaultServiceManager()->getService(String16("svc"));
+    ASSERT_NE(nullptr, service);
+    Parcel none, reply;
+    ASSERT_EQ(NO_ERROR, call(service, IDS, none, &reply));
+    EXPECT_EQ(static_cast<int32_t>(getuid()), reply.readInt32());
+    EXPECT_EQ(static_cast<int32_t>(getpid()), reply.readInt32());
+    EXPECT_EQ(static_cast<int32_t>(child), reply.readInt32());
+    // Outside a served call the process itself is the caller.
+    EXPECT_EQ(getpid(), IPCThreadState::self()->getCallingPid());
+}
+
+TEST_F(BinderIpcTest, LocalObjectComesBackAsItselfAndLivesWhileThePeerHoldsIt) {
+    spawnPeer({"service", "svc"});
+    sp<IBinder> service = defaultServiceManager()->getService(String16("svc"));
+    ASSERT_NE(nullptr, service);
+    const int before = liveNodes().load();
+    sp<IBinder> mine = new TestNode();
+    {
+        Parcel data, reply;
+        data.writeStrongBinder(mine);
+        ASSERT_EQ(NO_ERROR, call(service, HOLD, data, &reply));
+        Parcel twice, same;
+        twice.writeStrongBinder(mine);
+        twice.writeStrongBinder(mine);
+        ASSERT_EQ(NO_ERROR, call(service, SAME, twice, &same));
+        EXPECT_EQ(1, same.readInt32()) << "one proxy per remote object";
+        Parcel index, held;
+        index.writeInt32(0);
+        ASSERT_EQ(NO_ERROR, call(service, GET_HELD, index, &held));
+        EXPECT_EQ(mine, held.readStrongBinder());
+    }
+    mine.clear();
+    EXPECT_EQ(before + 1, liveNodes().load()) << "the peer's reference keeps it alive";
+    Parcel none, reply;
+    ASSERT_EQ(NO_ERROR, call(service, DROP_ALL, none, &reply));
+    EXPECT_TRUE(waitUntil([&] { return liveNodes().load() == before; }, 5s));
+}
+
+TEST_F(BinderIpcTest, DroppedProxyReleasesTheRemoteObject) {
+    spawnPeer({"service", "svc"});
+    sp<IBinder> service = defaultServiceManager()->getService(String16("svc"));
+    ASSERT_NE(nullptr, service);
+    auto remoteLive = [&] {
+        Parcel none, reply;
+        return call(service, LIVE_NODES, none, &reply) == NO_ERROR ? reply.readInt32() : -1;
+    };
+    EXPECT_EQ(1, remoteLive());
+    sp<IBinder> created;
+    {
+        Parcel none, reply;
+        ASSERT_EQ(NO_ERROR, call(service, CREATE, none, &reply));
+        created = reply.readStrongBinder();
+    }
+    ASSERT_NE(nullptr, created);
+    ASSERT_NE(nullptr, created->remoteBinder());
+    EXPECT_EQ(2, remoteLive());
+    {
+        // Sent back, the proxy names the service's own object there.
+        Parcel twice, same;
+        twice.writeStrongBinder(created);
+        twice.writeStrongBinder(created);
+        ASSERT_EQ(NO_ERROR, call(service, SAME, twice, &same));
+        EXPECT_EQ(1, same.readInt32());
+    }
+    created.clear();
+    EXPECT_TRUE(waitUntil([&] { return remoteLive() == 1; }, 5s));
+}
+
+TEST_F(BinderIpcTest, NestedCallbacksRunOnTheThreadWaitingForTheReply) {
+    spawnPeer({"service", "svc"});
+    sp<IBinder> service = defaultServiceManager()->getService(String16("svc"));
+    ASSERT_NE(nullptr, service);
+    sp<TestNode> mine = new TestNode();
+    Parcel data, reply;
+    data.writeStrongBinder(sp<IBinder>(mine));
+    data.writeInt32(7);
+    ASSERT_EQ(NO_ERROR, call(service, NEST, data, &reply));
+    EXPECT_EQ(7, reply.readInt32());
+    // Depths 6, 4, 2 and 0 came back into this process, each time to this waiting thread.
+    const std::vector<pid_t> threads = mine->nestThreads();
+    ASSERT_EQ(4u, threads.size());
+    for (pid_t tid : threads) EXPECT_EQ(currentTid(), tid);
+}
+
+TEST_F(BinderIpcTest, MoreConcurrentCallsThanPoolThreadsAllComplete) {
+    spawnPeer({"service", "svc", "2"});
+    sp<IBinder> service = defaultServiceManager()->getService(String16("svc"));
+    ASSERT_NE(nullptr, service);
+    sp<TestNode> mine = new TestNode();
+    constexpr int kCallers = 12;
+    std::atomic<int> ok{0};
+    std::vector<std::thread> callers;
+    for (int i = 0; i < kCallers; ++i) {
+        callers.emplace_back([&, i] {
+            Parcel data, reply;
+            if (i % 2 == 0) {
+                data.writeStrongBinder(sp<IBinder>(mine));
+                data.writeInt32(5);
+                if (call(service, NEST, data, &reply) == NO_ERROR && reply.readInt32() == 5) ok++;
+            } else {
+                data.writeInt32(30);
+                if (call(service, SLEEP_MS, data, &reply) == NO_ERROR) ok++;
+            }
+        });
+    }
+    for (std::thread& t : callers) t.join();
+    EXPECT_EQ(kCallers, ok.load());
+}
+
+TEST_F(BinderIpcTest, CallBlockedInTheServiceDoesNotHoldUpAnotherOnTheSameConnection) {
+    spawnPeer({"service", "svc"});
+    sp<IBinder> service = defaultServiceManager()->getService(String16("svc"));
+    ASSERT_NE(nullptr, service);
+    std::atomic<bool> sleeperDone{false};
+    std::thread sleeper([&] {
+        Parcel data, reply;
+        data.writeInt32(3000);
+        call(service, SLEEP_MS, data, &reply);
+        sleeperDone = true;
+    });
+    // Wait until the sleeping call is being served: the service then has one node and is busy.
+    std::this_thread::sleep_for(100ms);
+    Parcel data, reply;
+    ASSERT_EQ(NO_ERROR, call(service, ECHO, echoArgs(data, 1, "meanwhile"), &reply));
+    EXPECT_EQ(2, reply.readInt32());
+    EXPECT_FALSE(sleeperDone.load()) << "answered while the other call was still blocked";
+    sleeper.join();
+}
+
+TEST_F(BinderIpcTest, SixteenClientsReceiveEveryOnewayNotificationInOrder) {
+    sp<TestNode> hub = new TestNode();
+    ASSERT_EQ(NO_ERROR, defaultServiceManager()->addService(String16("hub"), hub));
+    std::set<pid_t> children;
+    for (int i = 0; i < 16; ++i) children.insert(spawnPeer({"client", "hub"}));
+    ASSERT_TRUE(hub->waitRegistered(16, 30s));
+    const std::vector<pid_t> pids = hub->registeredPids();
+    EXPECT_EQ(children, std::set<pid_t>(pids.begin(), pids.end()))
+            << "each registration's calling pid is its client's";
+
+    // Below the queue bound: no client may be dropped however the scheduler runs them.
+    constexpr int kNotifications = 600;
+    const std::vector<sp<IBinder>> clients = hub->registered();
+    for (int seq = 0; seq < kNotifications; ++seq) {
+        for (const sp<IBinder>& client : clients) {
+            Parcel data;
+            data.writeInt32(seq);
+            ASSERT_EQ(NO_ERROR, client->transact(NOTIFY, data, nullptr, IBinder::FLAG_ONEWAY));
+        }
+    }
+    for (const sp<IBinder>& client : clients) {
+        Parcel data, reply;
+        data.writeInt32(kNotifications);
+        ASSERT_EQ(NO_ERROR, call(client, WAIT_COUNT, data, &reply));
+        EXPECT_EQ(kNotifications, reply.readInt32());
+        EXPECT_EQ(1, reply.readInt32()) << "in order";
+    }
+    hub->clearRegistered();
+}
+
+TEST_F(BinderIpcTest, StoppedClientDelaysNobodyAndIsDroppedPastTheQueueBound) {
+    HostLog::Capture log;
+    sp<TestNode> hub = new TestNode();
+    ASSERT_EQ(NO_ERROR, defaultServiceManager()->addService(String16("hub"), hub));
+    const int liveBefore = liveNodes().load() + 4;  // each client has the hub create one
+    for (int i = 0; i < 4; ++i) spawnPeer({"client", "hub"});
+    ASSERT_TRUE(hub->waitRegistered(4, 30s));
+    ASSERT_TRUE(waitUntil([&] { return liveNodes().load() == liveBefore; }, 10s));
+    const std::vector<sp<IBinder>> clients = hub->registered();
+    const pid_t stopped = hub->registeredPids()[0];
+    sp<CountingRecipient> recipient = new CountingRecipient();
+    ASSERT_EQ(NO_ERROR, clients[0]->linkToDeath(recipient));
+    ASSERT_EQ(0, kill(stopped, SIGSTOP));
+
+    constexpr int kNotifications = 4000;
+    auto slowest = std::chrono::steady_clock::duration::zero();
+    for (int seq = 0; seq < kNotifications; ++seq) {
+        for (const sp<IBinder>& client : clients) {
+            Parcel data;
+            data.writeInt32(seq);
+            const char padding[64] = {};
+            data.write(padding, sizeof(padding));
+            const auto start = std::chrono::steady_clock::now();
+            client->transact(NOTIFY, data, nullptr, IBinder::FLAG_ONEWAY);
+            slowest = std::max(slowest, std::chrono::steady_clock::now() - start);
+        }
+        // The running clients are kept close behind, so only the stopped one falls back.
+        if ((seq + 1) % 250 == 0) {
+            for (size_t i = 1; i < clients.size(); ++i) {
+                Parcel data, reply;
+                data.writeInt32(seq + 1);
+                ASSERT_EQ(NO_ERROR, call(clients[i], WAIT_COUNT, data, &reply));
+                ASSERT_EQ(seq + 1, reply.readInt32());
+            }
+        }
+    }
+    EXPECT_LT(slowest, 1s) << "a one-way call never waits for its receiver";
+    for (size_t i = 1; i < clients.size(); ++i) {
+        Parcel data, reply;
+        data.writeInt32(kNotifications);
+        ASSERT_EQ(NO_ERROR, call(clients[i], WAIT_COUNT, data, &reply));
+        EXPECT_EQ(kNotifications, reply.readInt32());
+        EXPECT_EQ(1, reply.readInt32());
+    }
+    // Dropped: its references are released and it is told of nothing more.
+    EXPECT_TRUE(waitUntil([&] { return recipient->count() == 1; }, 5s));
+    EXPECT_TRUE(waitUntil([&] { return liveNodes().load() == liveBefore - 1; }, 5s))
+            << "the object the stopped client held is destroyed";
+    EXPECT_FALSE(clients[0]->isBinderAlive());
+    const std::string prefix = "connection to pid " + std::to_string(stopped) + " dropped: peer not reading";
+    int lines = 0;
+    for (const std::string& m : log.messages("binder")) lines += m.rfind(prefix, 0) == 0 ? 1 : 0;
+    EXPECT_EQ(1, lines);
+    // Woken up, it finds the service gone.
+    kill(stopped, SIGCONT);
+    EXPECT_EQ(4, waitExit(stopped, 10s));
+    hub->clearRegistered();
+}
+
+TEST_F(BinderIpcTest, KilledClientLosesItsObjectsAndDeathIsToldOnce) {
+    sp<TestNode> hub = new TestNode();
+    ASSERT_EQ(NO_ERROR, defaultServiceManager()->addService(String16("hub"), hub));
+    const int liveBefore = liveNodes().load() + 1;  // the client has the hub create one
+    const pid_t child = spawnPeer({"client", "hub"});
+    ASSERT_TRUE(hub->waitRegistered(1, 30s));
+    ASSERT_TRUE(waitUntil([&] { return liveNodes().load() == liveBefore; }, 10s));
+    sp<IBinder> callback = hub->registered()[0];
+    sp<CountingRecipient> recipient = new CountingRecipient();
+    ASSERT_EQ(NO_ERROR, callback->linkToDeath(recipient));
+    sp<CountingRecipient> unlinked = new CountingRecipient();
+    ASSERT_EQ(NO_ERROR, callback->linkToDeath(unlinked));
+    EXPECT_EQ(NO_ERROR, callback->unlinkToDeath(unlinked));
+
+    ASSERT_EQ(0, kill(child, SIGKILL));
+    EXPECT_EQ(-SIGKILL, waitExit(child, 10s));
+    EXPECT_TRUE(waitUntil([&] { return recipient->count() == 1; }, 5s));
+    EXPECT_TRUE(waitUntil([&] { return liveNodes().load() == liveBefore - 1; }, 5s));
+    EXPECT_TRUE(waitUntil([] { return BinderRuntime::connectionCount() == 0; }, 5s));
+    EXPECT_EQ(0, unlinked->count());
+
+    EXPECT_FALSE(callback->isBinderAlive());
+    Parcel data, reply;
+    EXPECT_EQ(DEAD_OBJECT, callback->transact(NOTIFY, data, nullptr, IBinder::FLAG_ONEWAY));
+    EXPECT_EQ(DEAD_OBJECT, call(callback, ECHO, data, &reply));
+    sp<CountingRecipient> late = new CountingRecipient();
+    EXPECT_EQ(NO_ERROR, callback->linkToDeath(late));
+    EXPECT_EQ(1, late->count()) << "linked after the death: told at once";
+    EXPECT_EQ(DEAD_OBJECT, callback->unlinkToDeath(recipient));
+    EXPECT_EQ(1, recipient->count());
+    hub->clearRegistered();
+}
+
+TEST_F(BinderIpcTest, ServiceOfThisProcessIsFoundWithoutASocket) {
+    sp<TestNode> hub = new TestNode();
+    ASSERT_EQ(NO_ERROR, defaultServiceManager()->addService(String16("hub"), hub));
+    EXPECT_EQ(sp<IBinder>(hub), defaultServiceManager()->getService(String16("hub")));
+    EXPECT_EQ(0u, BinderRuntime::connectionCount());
+    EXPECT_EQ(0, access((dir() + "/hub.sock").c_str(), F_OK));
+}
+
+TEST_F(BinderIpcTest, SecondProcessCannotTakeALiveServiceName) {
+    HostLog::Capture log;
+    spawnPeer({"service", "svc"});
+    ASSERT_NE(nullptr, defaultServiceManager()->getService(String16("svc")));
+    sp<TestNode> mine = new TestNode();
+    EXPECT_EQ(ALREADY_EXISTS, defaultServiceManager()->addService(String16("svc"), mine));
+    EXPECT_TRUE(log.contains("service svc is already served at " + dir() + "/svc.sock"));
+}
+
+TEST_F(BinderIpcTest, StaleSocketIsReplaced) {
+    const pid_t child = spawnPeer({"service", "svc"});
+    ASSERT_NE(nullptr, defaultServiceManager()->getService(String16("svc")));
+    kill(child, SIGKILL);
+    waitExit(child, 10s);
+    ASSERT_TRUE(waitUntil([] { return BinderRuntime::connectionCount() == 0; }, 5s));
+    // The killed service left its socket; a new one takes the name over.
+    ASSERT_EQ(0, access((dir() + "/svc.sock").c_str(), F_OK));
+    spawnPeer({"service", "svc"});
+    sp<IBinder> service = defaultServiceManager()->getService(String16("svc"));
+    ASSERT_NE(nullptr, service);
+    Parcel data, reply;
+    EXPECT_EQ(NO_ERROR, call(service, ECHO, echoArgs(data, 1, "x"), &reply));
+}
+
+}  // namespace

@@ -1,0 +1,71 @@
+// A helper process for the binder transport's multi-process tests.
+//
+//   binder_test_peer service NAME [MAX_POOL_THREADS]
+//       publishes a TestNode as NAME and serves for ever.
+//   binder_test_peer client NAME
+//       gets NAME, registers a TestNode of its own as callback, keeps an object it asked the
+//       service to create, then serves for ever; exits with status 4 when the service dies.
+//
+// Exit statuses: 2 usage, 4 the service died, 5 the service was not found.
+#include "BinderTestNode.h"
+
+#include <binder/IPCThreadState.h>
+#include <binder/IServiceManager.h>
+#include <binder/ProcessState.h>
+
+#include <signal.h>
+#include <sys/prctl.h>
+
+#include <cstdlib>
+#include <cstring>
+
+using namespace android;
+using binder_test::TestNode;
+
+namespace {
+
+class ExitOnDeath : public IBinder::DeathRecipient {
+public:
+    void binderDied(const wp<IBinder>&) override { _exit(4); }
+};
+
+int usage() {
+    fprintf(stderr, "usage: binder_test_peer service NAME [MAX_POOL_THREADS] | client NAME\n");
+    return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    // Never outlive the test that started this process.
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (argc < 3) return usage();
+    const String16 name(argv[2]);
+    if (strcmp(argv[1], "service") == 0) {
+        if (argc > 3) ProcessState::self()->setThreadPoolMaxThreadCount(static_cast<size_t>(atoi(argv[3])));
+        sp<TestNode> node = new TestNode();
+        if (defaultServiceManager()->addService(name, node) != NO_ERROR) return 1;
+        ProcessState::self()->startThreadPool();
+        IPCThreadState::self()->joinThreadPool(true);
+        return 0;
+    }
+    if (strcmp(argv[1], "client") == 0) {
+        sp<IBinder> service = defaultServiceManager()->getService(name);
+        if (service == nullptr) return 5;
+        sp<IBinder::DeathRecipient> onDeath = new ExitOnDeath();
+        service->linkToDeath(onDeath);
+        ProcessState::self()->startThreadPool();
+        sp<TestNode> callback = new TestNode();
+        Parcel data;
+        Parcel reply;
+        data.writeStrongBinder(callback);
+        if (service->transact(binder_test::REGISTER, data, &reply) != NO_ERROR) return 4;
+        Parcel none;
+        Parcel created;
+        if (service->transact(binder_test::CREATE, none, &created) != NO_ERROR) return 4;
+        sp<IBinder> kept = created.readStrongBinder();
+        IPCThreadState::self()->joinThreadPool(true);
+        return 0;
+    }
+    return usage();
+}
