@@ -4,11 +4,36 @@
 #include "ReplayScript.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <dirent.h>
 #include <fstream>
 #include <iostream>
 #include <sstream>
 #include <unistd.h>
+
+// The service publishes itself as it does on the device; a replay keeps its sockets in a
+// directory of its own so that replays never meet each other or a running head unit.
+static std::string makePrivateBinderDir() {
+    if (getenv("DAB_BINDER_DIR") != nullptr) return std::string();
+    char dir[] = "/tmp/dabreplay-XXXXXX";
+    if (mkdtemp(dir) == nullptr) return std::string();
+    setenv("DAB_BINDER_DIR", dir, 1);
+    return dir;
+}
+
+static void removeDir(const std::string& dir) {
+    if (dir.empty()) return;
+    if (DIR* d = opendir(dir.c_str())) {
+        while (dirent* e = readdir(d)) {
+            if (strcmp(e->d_name, ".") != 0 && strcmp(e->d_name, "..") != 0) {
+                unlink((dir + "/" + e->d_name).c_str());
+            }
+        }
+        closedir(d);
+    }
+    rmdir(dir.c_str());
+}
 
 static int usage() {
     fprintf(stderr, "usage: dabreplay [--log] SCRIPT   (SCRIPT - reads standard input)\n");
@@ -47,6 +72,7 @@ int main(int argc, char** argv) {
         fprintf(stderr, "%s:%s\n", path, error.c_str());
         return REPLAY_SCRIPT_ERROR;
     }
+    const std::string binderDir = makePrivateBinderDir();
     int status = runReplay(steps, withLog, &error);
     fflush(stdout);
     if (status == REPLAY_AWAIT_TIMED_OUT) {
@@ -56,6 +82,7 @@ int main(int argc, char** argv) {
         fprintf(stderr, "%s:%s\n", path, error.c_str());
     }
     fflush(stdout);
+    removeDir(binderDir);
     // Skip static destruction: service threads may still be running.
     _exit(status);
 }
