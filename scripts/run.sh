@@ -1,12 +1,180 @@
 #!/usr/bin/env bash
-# Builds everything and starts the DAB player service on this machine.
+# Builds everything and starts a head unit on the desk: the head-unit simulator (media
+# manager, media data service, system control manager), then the DAB player service with the
+# simulated tuner; the service is resumed, the DAB source activated, and dabdesk shows the
+# radio live while you type commands (help lists them). Ctrl-C or "quit" stops every process
+# this script started and removes their sockets.
+#
+#   scripts/run.sh                  build, start, live view
+#   scripts/run.sh --demo           build, start, scripted tour instead of the live view; exits
+#                                   with the tour's status (0 when every step passed). Needs no
+#                                   terminal and runs in a private runtime directory.
+# Options:
+#   --no-build                      use what is already built
+#   --build-dir DIR                 build tree to build and run from (default build/release)
+#
+# Without --demo the head unit uses the default runtime directory, so dabctl in any other
+# shell reaches it: dabctl status, dabctl watch, dabctl hu infobar, dabctl sim antenna 3.
+# Logs of the two processes go to build/run-logs/ (with --demo: shown on failure).
 set -euo pipefail
 cd "$(dirname "$0")/.."
+ROOT=$PWD
 
-scripts/install-deps.sh
+usage() {
+    # The comment block at the top of this file.
+    awk 'NR > 1 && /^#/ { sub(/^# ?/, ""); print; next } NR > 1 { exit }' "$0"
+}
 
-JOBS=$(nproc 2>/dev/null || echo 2)
-cmake -S . -B build/release -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DDAB_BUILD_TESTS=OFF
-cmake --build build/release -j "$JOBS"
+BUILD_DIR=build/release
+BUILD=1
+DEMO=0
+while [ $# -gt 0 ]; do
+    case "$1" in
+        --demo) DEMO=1 ;;
+        --no-build) BUILD=0 ;;
+        --build-dir)
+            [ $# -ge 2 ] || { echo "run.sh: --build-dir needs a directory" >&2; exit 2; }
+            BUILD_DIR=$2
+            shift ;;
+        -h|--help) usage; exit 0 ;;
+        *) echo "run.sh: unknown option $1" >&2; usage >&2; exit 2 ;;
+    esac
+    shift
+done
+case "$BUILD_DIR" in /*) ;; *) BUILD_DIR=$ROOT/$BUILD_DIR ;; esac
 
-exec build/release/dabplayer_service "$@"
+if [ "$BUILD" = 1 ]; then
+    scripts/install-deps.sh
+    JOBS=$(nproc 2>/dev/null || echo 2)
+    cmake -S . -B "$BUILD_DIR" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DDAB_BUILD_TESTS=OFF >/dev/null
+    cmake --build "$BUILD_DIR" -j "$JOBS"
+fi
+
+SIM_BIN=$BUILD_DIR/tools/headunit_sim/headunit_sim
+SERVICE_BIN=$BUILD_DIR/dabplayer_service
+DABCTL=$BUILD_DIR/tools/dabctl/dabctl
+DESK=$BUILD_DIR/tools/dabdesk/dabdesk
+for bin in "$SIM_BIN" "$SERVICE_BIN" "$DABCTL" "$DESK"; do
+    [ -x "$bin" ] || { echo "run.sh: $bin is not built" >&2; exit 1; }
+done
+
+# The runtime directory the binder transport uses: the same rule as the host layer's, made
+# explicit so that this script can clean up after the processes.
+PRIVATE_DIR=0
+if [ "$DEMO" = 1 ]; then
+    DAB_BINDER_DIR=$(mktemp -d "${TMPDIR:-/tmp}/dabdesk-XXXXXX")
+    PRIVATE_DIR=1
+    LOG_DIR=$DAB_BINDER_DIR/logs
+elif [ -z "${DAB_BINDER_DIR:-}" ]; then
+    if [ -n "${XDG_RUNTIME_DIR:-}" ]; then
+        DAB_BINDER_DIR=$XDG_RUNTIME_DIR/dabbinder
+    else
+        DAB_BINDER_DIR=/tmp/dabbinder-$(id -u)
+    fi
+    LOG_DIR=$ROOT/build/run-logs
+else
+    LOG_DIR=$ROOT/build/run-logs
+fi
+export DAB_BINDER_DIR
+mkdir -p "$LOG_DIR"
+
+if [ "$PRIVATE_DIR" = 0 ]; then
+    # dabctl answers 1 only when nobody serves the name.
+    if "$DABCTL" hu ping >/dev/null 2>&1 || { "$DABCTL" sim status >/dev/null 2>&1 || [ $? -ne 1 ]; }; then
+        echo "run.sh: a head unit already runs in $DAB_BINDER_DIR (stop it first)" >&2
+        exit 1
+    fi
+fi
+
+SOCKETS=(HeadUnitMediaManager HeadUnitMediaData HeadUnitSysCtrl HeadUnitControl DABPlayer DABSimControl)
+SIM_PID=
+SERVICE_PID=
+FAILED=0
+
+stop_process() {
+    local pid=$1
+    [ -n "$pid" ] || return 0
+    kill -TERM "$pid" 2>/dev/null || true
+    for _ in $(seq 30); do
+        kill -0 "$pid" 2>/dev/null || break
+        sleep 0.1
+    done
+    kill -KILL "$pid" 2>/dev/null || true
+    wait "$pid" 2>/dev/null || true
+}
+
+show_logs() {
+    for f in "$LOG_DIR"/headunit_sim.log "$LOG_DIR"/dabplayer_service.log; do
+        [ -f "$f" ] || continue
+        echo "--- last lines of $f" >&2
+        tail -n 40 "$f" >&2
+    done
+}
+
+cleanup() {
+    trap - EXIT INT TERM HUP
+    stop_process "$SERVICE_PID"
+    stop_process "$SIM_PID"
+    # A process ended by a signal leaves its sockets: ours are gone with their processes.
+    for name in "${SOCKETS[@]}"; do rm -f "$DAB_BINDER_DIR/$name.sock"; done
+    if [ "$FAILED" = 1 ]; then show_logs; fi
+    if [ "$PRIVATE_DIR" = 1 ]; then
+        rm -rf "$DAB_BINDER_DIR"
+    else
+        echo "run.sh: head unit stopped; logs in $LOG_DIR" >&2
+    fi
+}
+trap cleanup EXIT
+trap 'exit 130' INT
+trap 'exit 143' TERM
+trap 'exit 129' HUP
+
+fail() {
+    echo "run.sh: $*" >&2
+    FAILED=1
+    exit 1
+}
+
+# Waits until the command succeeds, up to $1 tenths of a second.
+wait_for() {
+    local tenths=$1
+    shift
+    for _ in $(seq "$tenths"); do
+        "$@" >/dev/null 2>&1 && return 0
+        sleep 0.1
+    done
+    return 1
+}
+
+resumed() {
+    "$DABCTL" --json hu power | grep -q '"state":"resumed"'
+}
+
+echo "run.sh: starting the head-unit simulator (runtime directory $DAB_BINDER_DIR)"
+"$SIM_BIN" </dev/null >"$LOG_DIR/headunit_sim.out" 2>"$LOG_DIR/headunit_sim.log" &
+SIM_PID=$!
+wait_for 100 "$DABCTL" hu ping || fail "the head-unit simulator did not come up"
+
+echo "run.sh: starting dabplayer_service with the simulated tuner"
+"$SERVICE_BIN" </dev/null >/dev/null 2>"$LOG_DIR/dabplayer_service.log" &
+SERVICE_PID=$!
+wait_for 100 resumed || fail "the system control manager did not resume the service"
+echo "run.sh: service resumed; activating the DAB source"
+"$DABCTL" hu activate dab >/dev/null || fail "the DAB source was not activated"
+"$DABCTL" wait-active 10 >/dev/null || fail "the DAB source did not become active"
+
+if [ "$DEMO" = 1 ]; then
+    set +e
+    "$DESK" --demo
+    status=$?
+    set -e
+    [ "$status" = 0 ] || FAILED=1
+    exit "$status"
+fi
+
+echo "run.sh: the radio is on; in another shell try: $DABCTL status"
+set +e
+"$DESK"
+status=$?
+set -e
+exit "$status"

@@ -1,0 +1,62 @@
+#ifndef DAB_TESTS_HEADUNIT_PROCESS_FIXTURE_H
+#define DAB_TESTS_HEADUNIT_PROCESS_FIXTURE_H
+
+#include <gtest/gtest.h>
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <vector>
+
+// Runs the head unit as separate processes, as on the desk: headunit_sim, dabplayer_service
+// with the simulated tuner, and dabctl as the application. Each test gets a runtime
+// directory of its own; teardown kills every process the test started and removes the
+// directory.
+class HeadUnitProcessTest : public ::testing::Test {
+protected:
+    struct Run {
+        int status;       // exit status, -signal when killed, -1000 on time-out
+        std::string out;  // standard output
+        std::string err;  // standard error
+    };
+
+    void SetUp() override;
+    void TearDown() override;
+
+    // Starts a built program (path relative to the build tree); its standard output and
+    // error go to <dir>/<name>.out and <dir>/<name>.err. Returns its pid.
+    pid_t spawn(const std::string& program, const std::vector<std::string>& args,
+                const std::string& name);
+    // Starts the simulator and the service, waits until the service was resumed, activates
+    // the DAB source and waits until the service answers as active.
+    void startHeadUnit();
+    pid_t simPid() const { return mSimPid; }
+    pid_t servicePid() const { return mServicePid; }
+    // Starts the head-unit simulator alone and waits until it answers.
+    pid_t startSimulator(const std::string& name = "sim");
+
+    // Runs dabctl to its end (killed after the time-out).
+    Run dabctl(const std::vector<std::string>& args,
+               std::chrono::milliseconds timeout = std::chrono::seconds(20));
+    // Waits for a started process to end: its exit status, -signal, or -1000 on time-out.
+    int waitExit(pid_t pid, std::chrono::milliseconds timeout);
+
+    // Contents of <dir>/<name> (empty when missing).
+    std::string readFile(const std::string& name) const;
+    static int countOf(const std::string& text, const std::string& what);
+    static bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout);
+    const std::string& dir() const { return mDir; }
+
+private:
+    std::string mDir;
+    std::string mPreviousDir;
+    bool mHadPreviousDir = false;
+    std::vector<pid_t> mChildren;  // test thread only; reaped ones removed
+    pid_t mSimPid = -1;
+    pid_t mServicePid = -1;
+    int mRuns = 0;
+};
+
+#endif  // DAB_TESTS_HEADUNIT_PROCESS_FIXTURE_H

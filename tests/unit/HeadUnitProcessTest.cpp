@@ -1,0 +1,347 @@
+// The head unit on the desk as separate processes: the head-unit simulator, the player service
+// with the simulated tuner, and dabctl as an ordinary application. Covers start-up against
+// the simulator, calls and notifications across processes, the media manager's restart, a
+// killed application, many applications at once, and dabctl's own contract (usage errors,
+// missing service).
+#include "HeadUnitProcessFixture.h"
+
+#include <nlohmann/json.hpp>
+
+#include <signal.h>
+
+#include <map>
+#include <sstream>
+#include <thread>
+
+using namespace std::chrono_literals;
+using json = nlohmann::json;
+
+namespace {
+
+std::vector<json> jsonLines(const std::string& text) {
+    std::vector<json> out;
+    std::istringstream in(text);
+    std::string line;
+    while (std::getline(in, line)) {
+        json j = json::parse(line, nullptr, false);
+        if (!j.is_discarded()) out.push_back(j);
+    }
+    return out;
+}
+
+// Notification ids as clients receive them.
+constexpr int kFreqChange = 2;
+constexpr int kSignalLevelChange = 4;
+constexpr int kServiceLabelChange = 9;
+constexpr int kAntennaStatusChanged = 45;
+
+}  // namespace
+
+TEST_F(HeadUnitProcessTest, ServiceWithoutMediaManagerExitsWithStatusOne) {
+    const pid_t service = spawn("dabplayer_service", {}, "service");
+    EXPECT_EQ(1, waitExit(service, 10s));
+    const std::string log = readFile("service.err");
+    EXPECT_EQ(1, countOf(log, "[0x20300001][in main Source::create failed!]")) << log;
+    EXPECT_EQ(0, countOf(log, "DABPlayerService construct"));
+    // Nothing was published, and the control socket it opened is gone with it.
+    EXPECT_NE(0, access((dir() + "/DABPlayer.sock").c_str(), F_OK));
+    EXPECT_NE(0, access((dir() + "/DABSimControl.sock").c_str(), F_OK));
+}
+
+TEST_F(HeadUnitProcessTest, StartupRegistersBothSourcesAndTheServiceGetsActiveAfterResume) {
+    startHeadUnit();
+    const json sources = json::parse(dabctl({"--json", "hu", "sources"}).out);
+    ASSERT_EQ(2u, sources["sources"].size()) << sources.dump();
+    for (const json& s : sources["sources"]) {
+        EXPECT_TRUE(s["registered"].get<bool>()) << s.dump();
+        EXPECT_EQ(12, s["registerCode"].get<int>()) << s.dump();
+    }
+    EXPECT_EQ("dab", sources["sources"][0]["name"]);
+    EXPECT_TRUE(sources["sources"][0]["active"].get<bool>());
+    EXPECT_EQ("tadab", sources["sources"][1]["name"]);
+    const std::string log = readFile("service.err");
+    EXPECT_EQ(1, countOf(log, "DABSource main: registerSource result = 0, data length = 4"));
+    EXPECT_EQ(1, countOf(log, "DABSource main: registerSource ta result = 0, data length = 4"));
+}
+
+TEST_F(HeadUnitProcessTest, StatusSeekAndWatchRoundTrip) {
+    startHeadUnit();
+    const Run status = dabctl({"--json", "status"});
+    ASSERT_EQ(0, status.status) << status.err;
+    const json s = json::parse(status.out);
+    EXPECT_TRUE(s["active"].get<bool>());
+    EXPECT_EQ(1, s["band"].get<int>());
+    ASSERT_TRUE(s["serviceLabel"].is_string()) << status.out;
+    const std::string before = s["serviceLabel"];
+
+    const int clients = countOf(readFile("service.err"), "DABPlayer construct");
+    const pid_t watcher = spawn("tools/dabctl/dabctl", {"--json", "watch"}, "watch");
+    ASSERT_TRUE(waitUntil(
+            [&] { return countOf(readFile("service.err"), "DABPlayer construct") > clients; }, 10s));
+    const Run seek = dabctl({"presetSeekUp"});
+    EXPECT_EQ(0, seek.status);
+    EXPECT_EQ("presetSeekUp: 0\n", seek.out);
+
+    ASSERT_TRUE(waitUntil(
+            [this] {
+                for (const json& n : jsonLines(readFile("watch.out"))) {
+                    if (n["id"] == kServiceLabelChange) return true;
+                }
+                return false;
+            },
+            15s))
+            << readFile("watch.out");
+    kill(watcher, SIGINT);
+    EXPECT_EQ(0, waitExit(watcher, 5s));
+    // The seek steps through channels (frequency changes) before it reports the station.
+    int firstStepAt = -1;
+    int labelAt = -1;
+    std::string label;
+    const std::vector<json> notes = jsonLines(readFile("watch.out"));
+    for (size_t i = 0; i < notes.size(); ++i) {
+        const json& n = notes[i];
+        EXPECT_TRUE(n["name"].is_string()) << n.dump();
+        if (n["id"] == kFreqChange && firstStepAt < 0) firstStepAt = static_cast<int>(i);
+        if (n["id"] == kServiceLabelChange && labelAt < 0) {
+            labelAt = static_cast<int>(i);
+            label = n["text"];
+        }
+    }
+    ASSERT_GE(firstStepAt, 0) << readFile("watch.out");
+    EXPECT_LT(firstStepAt, labelAt);
+    EXPECT_EQ("DAB_SERVER_NOTIFY_SERVICE_LABEL_CHANGE", notes[static_cast<size_t>(labelAt)]["name"]);
+    EXPECT_NE(before, label);
+    // The label the notification carried is the one the client reads back.
+    const Run read = dabctl({"getServiceLabel"});
+    EXPECT_EQ("getServiceLabel: 0  label=\"" + label + "\"", read.out.substr(0, read.out.find("  code")));
+}
+
+TEST_F(HeadUnitProcessTest, MediaManagerRestartRecreatesBothSourcesWithinAboutASecond) {
+    startHeadUnit();
+    const Run restart = dabctl({"hu", "restart-mm"});
+    ASSERT_EQ(0, restart.status);
+    json sources;
+    ASSERT_TRUE(waitUntil(
+            [&] {
+                sources = json::parse(dabctl({"--json", "hu", "sources"}).out);
+                int registered = 0;
+                for (const json& s : sources["sources"]) {
+                    if (s["registered"].get<bool>() && s["createdAfterRestartMs"].get<long>() >= 0) {
+                        ++registered;
+                    }
+                }
+                return registered == 2;
+            },
+            5s));
+    for (const json& s : sources["sources"]) {
+        EXPECT_LE(s["createdAfterRestartMs"].get<long>(), 1500) << s.dump();
+        EXPECT_EQ(12, s["registerCode"].get<int>());
+    }
+    const std::string log = readFile("service.err");
+    EXPECT_EQ(2, countOf(log, "ReConnectServiceThread reconnect Success !!"));
+    // The re-created DAB source carries the service's media information again.
+    ASSERT_EQ(0, dabctl({"hu", "activate", "dab"}).status);
+    EXPECT_TRUE(waitUntil(
+            [this] {
+                const json bar = json::parse(dabctl({"--json", "hu", "infobar"}).out);
+                return bar["infobar"]["dab"].contains("DABLabel");
+            },
+            5s));
+}
+
+TEST_F(HeadUnitProcessTest, KilledMediaManagerProcessMakesTheSourcesReconnectToTheNextOne) {
+    startHeadUnit();
+    kill(simPid(), SIGKILL);
+    EXPECT_EQ(-SIGKILL, waitExit(simPid(), 5s));
+    ASSERT_TRUE(waitUntil(
+            [this] {
+                return countOf(readFile("service.err"), "ReConnectServiceThread::threadLoop() once gap=1000000") >= 2;
+            },
+            10s));
+    startSimulator("sim2");
+    json sources;
+    ASSERT_TRUE(waitUntil(
+            [&] {
+                sources = json::parse(dabctl({"--json", "hu", "sources"}).out);
+                return sources["sources"].size() == 2;
+            },
+            10s));
+    EXPECT_EQ(2, countOf(readFile("service.err"), "ReConnectServiceThread reconnect Success !!"));
+}
+
+TEST_F(HeadUnitProcessTest, KilledClientDisappearsFromTheRegistry) {
+    startHeadUnit();
+    const int clients = countOf(readFile("service.err"), "DABPlayer construct");
+    const pid_t watcher = spawn("tools/dabctl/dabctl", {"watch"}, "watch");
+    ASSERT_TRUE(waitUntil(
+            [&] { return countOf(readFile("service.err"), "DABPlayer construct") > clients; }, 10s));
+    // Every earlier dabctl has ended: the watcher is the only client left.
+    ASSERT_EQ(0, dabctl({"sim", "signal", "3"}).status);
+    ASSERT_TRUE(waitUntil([this] { return countOf(readFile("watch.out"), "SIGNAL_LEVEL_CHANGE") >= 1; }, 10s));
+    kill(watcher, SIGKILL);
+    EXPECT_EQ(-SIGKILL, waitExit(watcher, 5s));
+    ASSERT_TRUE(waitUntil(
+            [this] {
+                const std::string log = readFile("service.err");
+                return countOf(log, "DABPlayer destruct") == countOf(log, "DABPlayer construct");
+            },
+            10s));
+    // The next notification finds nobody to tell.
+    const std::string log = readFile("service.err");
+    ASSERT_EQ(0, dabctl({"sim", "signal", "4"}).status);
+    ASSERT_TRUE(waitUntil([&] { return readFile("service.err").size() > log.size() + 10 &&
+                                       readFile("service.err").find("exeNotify size:", log.size()) != std::string::npos; },
+                          10s));
+    const std::string after = readFile("service.err").substr(log.size());
+    EXPECT_NE(std::string::npos, after.find("exeNotify size:0")) << after;
+    EXPECT_EQ(std::string::npos, after.find("exeNotify size:1")) << after;
+}
+
+TEST_F(HeadUnitProcessTest, SixteenClientsEachReceiveEveryNotificationInOrder) {
+    startHeadUnit();
+    constexpr int kClients = 16;
+    std::vector<pid_t> watchers;
+    const int before = countOf(readFile("service.err"), "DABPlayer construct");
+    for (int i = 0; i < kClients; ++i) {
+        watchers.push_back(spawn("tools/dabctl/dabctl", {"--json", "watch"}, "watch" + std::to_string(i)));
+    }
+    ASSERT_TRUE(waitUntil(
+            [&] { return countOf(readFile("service.err"), "DABPlayer construct") >= before + kClients; },
+            20s));
+    // A pattern the world never produces by itself: twenty signal levels in a row.
+    const std::vector<int> levels = {1, 7, 2, 6, 3, 5, 4, 1, 7, 2, 6, 3, 5, 4, 1, 7, 2, 6, 3, 5};
+    for (int level : levels) {
+        ASSERT_EQ(0, dabctl({"sim", "signal", std::to_string(level)}).status);
+    }
+    auto signalValues = [](const std::vector<json>& notes) {
+        std::vector<int> v;
+        for (const json& n : notes) {
+            if (n["id"] == kSignalLevelChange) v.push_back(n["ext1"]);
+        }
+        return v;
+    };
+    auto endsWithPattern = [&](const std::vector<int>& v) {
+        return v.size() >= levels.size() && std::equal(levels.begin(), levels.end(), v.end() - levels.size());
+    };
+    ASSERT_TRUE(waitUntil(
+            [&] {
+                for (int i = 0; i < kClients; ++i) {
+                    if (!endsWithPattern(signalValues(jsonLines(readFile("watch" + std::to_string(i) + ".out"))))) {
+                        return false;
+                    }
+                }
+                return true;
+            },
+            20s));
+    for (pid_t w : watchers) kill(w, SIGINT);
+    for (pid_t w : watchers) EXPECT_EQ(0, waitExit(w, 5s));
+
+    // From the first notification of the pattern on, every client saw the same notifications
+    // in the same order.
+    std::vector<std::string> reference;
+    for (int i = 0; i < kClients; ++i) {
+        const std::vector<json> notes = jsonLines(readFile("watch" + std::to_string(i) + ".out"));
+        std::vector<size_t> signalAt;
+        for (size_t k = 0; k < notes.size(); ++k) {
+            if (notes[k]["id"] == kSignalLevelChange) signalAt.push_back(k);
+        }
+        ASSERT_GE(signalAt.size(), levels.size());
+        std::vector<std::string> tail;
+        for (size_t k = signalAt[signalAt.size() - levels.size()]; k < notes.size(); ++k) {
+            json n = notes[k];
+            n.erase("time");
+            tail.push_back(n.dump());
+        }
+        if (i == 0) {
+            reference = tail;
+        } else {
+            EXPECT_EQ(reference, tail) << "client " << i;
+        }
+    }
+}
+
+TEST_F(HeadUnitProcessTest, SuspendResumeAndAntennaFaultReachTheHeadUnit) {
+    startHeadUnit();
+    ASSERT_EQ(0, dabctl({"hu", "suspend"}).status);
+    EXPECT_TRUE(waitUntil([this] { return dabctl({"hu", "power"}).out.find("suspended  (resumes 1, suspends 1") != std::string::npos; },
+                          5s));
+    ASSERT_EQ(0, dabctl({"hu", "resume"}).status);
+    EXPECT_TRUE(waitUntil([this] { return dabctl({"hu", "power"}).out.find("resumed  (resumes 2, suspends 1") != std::string::npos; },
+                          5s));
+
+    const int clients = countOf(readFile("service.err"), "DABPlayer construct");
+    const pid_t watcher = spawn("tools/dabctl/dabctl", {"--json", "watch"}, "watch");
+    ASSERT_TRUE(waitUntil(
+            [&] { return countOf(readFile("service.err"), "DABPlayer construct") > clients; }, 10s));
+    ASSERT_EQ(0, dabctl({"sim", "antenna", "4"}).status);
+    ASSERT_TRUE(waitUntil(
+            [this] {
+                const json e = json::parse(dabctl({"--json", "hu", "errors"}).out);
+                return !e["errors"].empty() && e["errors"].back()["value"] == 3;
+            },
+            5s));
+    const json errors = json::parse(dabctl({"--json", "hu", "errors"}).out);
+    EXPECT_EQ("DABError", errors["errors"].back()["key"]);
+    EXPECT_EQ(12u, errors["errors"].back()["time"].get<std::string>().size());  // HH:MM:SS.mmm
+    EXPECT_TRUE(waitUntil(
+            [this] {
+                for (const json& n : jsonLines(readFile("watch.out"))) {
+                    if (n["id"] == kAntennaStatusChanged && n["ext1"] == 1) return true;
+                }
+                return false;
+            },
+            5s));
+    kill(watcher, SIGINT);
+    EXPECT_EQ(0, waitExit(watcher, 5s));
+    const Run antenna = dabctl({"getAntStatus"});
+    EXPECT_EQ("getAntStatus: 0  status=1\n", antenna.out);
+}
+
+TEST_F(HeadUnitProcessTest, DabctlRefusesBadCommandLinesWithStatusTwo) {
+    struct Case {
+        std::vector<std::string> args;
+        const char* message;
+    };
+    const Case cases[] = {
+            {{"frobnicate"}, "dabctl: unknown command \"frobnicate\""},
+            {{"recall"}, "dabctl: usage: dabctl recall INDEX"},
+            {{"recall", "1", "2"}, "dabctl: usage: dabctl recall INDEX"},
+            {{"recall", "two"}, "dabctl: recall: index \"two\" is not a number"},
+            {{"presetListRecall", "1", "0x2"}, "dabctl: presetListRecall: index \"0x2\" is not a number"},
+            {{"getBand", "1"}, "dabctl: usage: dabctl getBand"},
+            {{"watch", "--count"}, "dabctl: usage: dabctl watch [--count N] [--seconds S]"},
+            {{"--verbose", "status"}, "dabctl: unknown option \"--verbose\""},
+            {{"hu"}, "dabctl: usage: dabctl hu COMMAND [ARGS...]"},
+            {{}, "usage: dabctl [--json] COMMAND [ARGS...]"},
+    };
+    for (const Case& c : cases) {
+        const Run r = dabctl(c.args);
+        EXPECT_EQ(2, r.status) << c.message;
+        EXPECT_EQ(0u, r.err.find(c.message)) << r.err;
+        EXPECT_TRUE(r.out.empty()) << r.out;
+    }
+}
+
+TEST_F(HeadUnitProcessTest, DabctlSaysClearlyWhenNothingRuns) {
+    const Run op = dabctl({"getBand"});
+    EXPECT_EQ(1, op.status);
+    EXPECT_EQ("dabctl: the DAB player service (\"DABPlayer\") is not running\n", op.err);
+    const Run hu = dabctl({"hu", "infobar"});
+    EXPECT_EQ(1, hu.status);
+    EXPECT_EQ("dabctl: the head-unit simulator (\"HeadUnitControl\") is not running\n", hu.err);
+    const Run sim = dabctl({"sim", "status"});
+    EXPECT_EQ(1, sim.status);
+    EXPECT_EQ("dabctl: the simulated tuner control (\"DABSimControl\") is not running\n", sim.err);
+}
+
+TEST_F(HeadUnitProcessTest, DabctlOffersEveryPlayerOperationInInterfaceOrder) {
+    const Run ops = dabctl({"--json", "ops"});
+    ASSERT_EQ(0, ops.status);
+    const std::vector<json> list = jsonLines(ops.out);
+    ASSERT_EQ(69u, list.size());
+    EXPECT_EQ("manualUp", list[0]["op"]);
+    EXPECT_EQ("getDynamicText", list[48]["op"]);
+    EXPECT_EQ("getPresetListItem", list[56]["op"]);
+    EXPECT_EQ(json({"band", "index"}), list[56]["args"]);
+    EXPECT_EQ("setDisplayFormat", list[68]["op"]);
+}

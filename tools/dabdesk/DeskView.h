@@ -1,0 +1,52 @@
+#ifndef DAB_TOOLS_DABDESK_DESKVIEW_H
+#define DAB_TOOLS_DABDESK_DESKVIEW_H
+
+#include "NotificationLog.h"
+#include "RadioSnapshot.h"
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <vector>
+
+// The live view of the radio on the desk: station, labels, dynamic text, signal, presets,
+// the information bar the media manager received, the power state, the last notifications
+// and the last command's result. One thread at a time.
+class DeskView {
+public:
+    // Any thread; non-blocking.
+    DeskView();
+
+    // The calling thread; blocks for the queries (about 30 round trips to the service).
+    void refreshRadio(android::IDABPlayer& player);
+    // The calling thread; blocks for one round trip to the head-unit simulator. Without a
+    // simulator the view says so.
+    void refreshHeadUnit();
+    // The owner thread; non-blocking. The last notifications and the last command's answer.
+    void setRecent(const std::vector<NotificationLog::Entry>& recent) { mRecent = recent; }
+    void setResult(const std::string& result) { mResult = result; }
+
+    // The owner thread; non-blocking. The radio as last read.
+    const dabclient::RadioSnapshot& radio() const { return mRadio; }
+    // The simulator's "status" answer (sources, infobar, modules, lastError); null when it
+    // did not answer.
+    const nlohmann::json& headUnit() const { return mHeadUnit; }
+
+    // Any thread; non-blocking. The view in lines of at most width columns; the result
+    // section takes what is left of height lines (height 0: no limit).
+    std::vector<std::string> render(int width, int height) const;
+
+    // Fits UTF-8 text into exactly width columns (one column per character), cutting or
+    // padding with blanks.
+    static std::string fit(const std::string& text, int width);
+
+private:
+    // All fields: the owner thread only.
+    dabclient::RadioSnapshot mRadio;
+    bool mHaveRadio;  // false until the first refreshRadio
+    nlohmann::json mHeadUnit;
+    std::vector<NotificationLog::Entry> mRecent;
+    std::string mResult;
+};
+
+#endif  // DAB_TOOLS_DABDESK_DESKVIEW_H

@@ -1,0 +1,198 @@
+// dabdesk: the head unit's radio on a terminal. It is an application of the DAB player
+// service with its own client object: a live view of the radio (station, labels, dynamic
+// text, signal, presets, the information bar the media manager received) and a command
+// prompt (seek up, step down, band, preset 2, list services, search A, ts pause, hu ..., sim
+// ..., quit).
+//
+//   dabdesk            live view on a terminal; without one, commands are read line by line
+//                      from standard input and answered on standard output
+//   dabdesk --demo     a scripted tour that checks the radio's answers; exit 0 when all passed
+#include "DeskCommands.h"
+#include "DeskView.h"
+#include "DemoTour.h"
+#include "NotificationLog.h"
+#include "PlayerConnection.h"
+#include "Terminal.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+#include <string>
+#include <thread>
+
+using namespace android;
+
+namespace {
+
+constexpr auto kConnectTimeout = std::chrono::seconds(10);
+// The view is refreshed at most this often while notifications arrive, and at least this
+// often without (time-shift times, the information bar).
+constexpr auto kMinRefresh = std::chrono::milliseconds(150);
+constexpr auto kMaxRefresh = std::chrono::milliseconds(1000);
+constexpr int kPollMs = 100;
+constexpr const char kPrompt[] = "desk> ";
+
+int gSignalPipe[2] = {-1, -1};
+Terminal* gTerminal = nullptr;  // main thread sets it; the fatal-signal path only restores
+
+void onStopSignal(int) {
+    const char c = 's';
+    if (write(gSignalPipe[1], &c, 1) < 0) {
+        // Nothing to do: a stop is already pending.
+    }
+}
+
+void onResize(int) {
+    const char c = 'w';
+    if (write(gSignalPipe[1], &c, 1) < 0) {
+    }
+}
+
+int usage() {
+    fprintf(stderr, "usage: dabdesk [--demo]\n\nCommands:\n%s\n", DeskCommands::helpText());
+    return 2;
+}
+
+sp<dabclient::PlayerConnection> connectWithin(std::chrono::seconds timeout) {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    std::string error;
+    for (;;) {
+        sp<dabclient::PlayerConnection> c = new dabclient::PlayerConnection();
+        if (c->connect(&error) == dabclient::PlayerConnection::CONNECTED) return c;
+        if (std::chrono::steady_clock::now() >= deadline) break;
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    }
+    fprintf(stderr, "dabdesk: %s\n", error.c_str());
+    return nullptr;
+}
+
+// Without a terminal: one command per line, each answer on standard output.
+int runLines(DeskCommands& commands, const sp<IDABPlayer>& player, NotificationLog& log) {
+    DeskView view;
+    std::string line;
+    while (std::getline(std::cin, line)) {
+        if (line == "view") {
+            view.refreshRadio(*player);
+            view.refreshHeadUnit();
+            view.setRecent(log.recent(4));
+            for (const std::string& l : view.render(100, 0)) printf("%s\n", l.c_str());
+            fflush(stdout);
+            continue;
+        }
+        const DeskCommands::Result r = commands.run(line);
+        if (!r.text.empty()) printf("%s\n", r.text.c_str());
+        fflush(stdout);
+        if (r.quit) break;
+    }
+    return 0;
+}
+
+int runTerminal(Terminal& terminal, DeskCommands& commands, const sp<IDABPlayer>& player,
+                NotificationLog& log, const sp<dabclient::PlayerConnection>& connection) {
+    DeskView view;
+    view.setResult("Type help for the commands; quit or Ctrl-C leaves.");
+    uint64_t seenSeq = ~0ull;
+    auto lastRefresh = std::chrono::steady_clock::now() - kMaxRefresh;
+    bool redraw = true;
+    for (;;) {
+        const auto now = std::chrono::steady_clock::now();
+        const uint64_t seq = log.lastSeq();
+        if ((seq != seenSeq && now - lastRefresh >= kMinRefresh) || now - lastRefresh >= kMaxRefresh) {
+            view.refreshRadio(*player);
+            view.refreshHeadUnit();
+            view.setRecent(log.recent(4));
+            seenSeq = seq;
+            lastRefresh = now;
+            redraw = true;
+        }
+        if (connection->serviceDied()) {
+            terminal.restore();
+            fprintf(stderr, "dabdesk: the DAB player service went away\n");
+            return 1;
+        }
+        if (redraw) {
+            int width = 80;
+            int height = 24;
+            terminal.size(&width, &height);
+            terminal.draw(view.render(width, height - 1), kPrompt);
+            redraw = false;
+        }
+        struct pollfd fds[2] = {{STDIN_FILENO, POLLIN, 0}, {gSignalPipe[0], POLLIN, 0}};
+        if (poll(fds, 2, kPollMs) <= 0) continue;
+        if (fds[1].revents & POLLIN) {
+            char c[16];
+            const ssize_t n = read(gSignalPipe[0], c, sizeof(c));
+            for (ssize_t i = 0; i < n; ++i) {
+                if (c[i] == 's') return 0;
+            }
+            redraw = true;
+        }
+        if (fds[0].revents & (POLLIN | POLLHUP)) {
+            std::vector<std::string> lines;
+            bool eof = false;
+            terminal.readKeys(&lines, &eof);
+            if (eof) return 0;
+            for (const std::string& line : lines) {
+                view.setResult("desk> " + line + "\n" + DeskCommands::helpText());
+                const DeskCommands::Result r = commands.run(line);
+                if (r.quit) return 0;
+                view.setResult("desk> " + line + "\n" + r.text);
+                lastRefresh = std::chrono::steady_clock::now() - kMaxRefresh;
+            }
+            redraw = true;
+        }
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    bool demo = false;
+    for (int i = 1; i < argc; ++i) {
+        if (strcmp(argv[i], "--demo") == 0) {
+            demo = true;
+        } else {
+            return usage();
+        }
+    }
+    if (pipe2(gSignalPipe, O_CLOEXEC | O_NONBLOCK) != 0) return 1;
+    struct sigaction stop = {};
+    stop.sa_handler = onStopSignal;
+    sigaction(SIGINT, &stop, nullptr);
+    sigaction(SIGTERM, &stop, nullptr);
+    sigaction(SIGHUP, &stop, nullptr);
+    struct sigaction resize = {};
+    resize.sa_handler = onResize;
+    resize.sa_flags = SA_RESTART;
+    sigaction(SIGWINCH, &resize, nullptr);
+
+    sp<dabclient::PlayerConnection> connection = connectWithin(kConnectTimeout);
+    if (connection == nullptr) return 1;
+    NotificationLog log;
+    connection->sink()->setHandler([&log](const dabclient::Notification& n) { log.add(n); });
+    sp<IDABPlayer> player = connection->player();
+    DeskCommands commands(player, &log);
+
+    int code = 0;
+    Terminal terminal;
+    if (demo) {
+        DemoTour tour(player, &log, &commands);
+        code = tour.run();
+    } else if (terminal.open()) {
+        gTerminal = &terminal;
+        code = runTerminal(terminal, commands, player, log, connection);
+        terminal.restore();
+    } else {
+        code = runLines(commands, player, log);
+    }
+    connection->sink()->setHandler(nullptr);
+    fflush(stdout);
+    // Binder threads may still be running: leave without tearing down what they use.
+    _exit(code);
+}
