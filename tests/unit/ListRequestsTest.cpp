@@ -576,6 +576,9 @@ protected:
     void activateAndReceivePresets() {
         activate(0);
         ASSERT_TRUE(eventually([&] { return peer().flagReqPrestListSourceOn() == 0; }, 10000));
+        // The flag falls before the wait event is registered and the line is written.
+        ASSERT_TRUE(eventually(
+                [&] { return mLog->contains("DABPlayer set mFlagReqPrestListSourceOn = 0"); }, 10000));
     }
 
     std::string label16(int (IDABPlayer::*get)(int, char*, int*), int index, int* code) {
