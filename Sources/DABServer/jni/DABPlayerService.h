@@ -287,6 +287,8 @@ private:
     // Tuning helpers: register or cancel the wait event of one type with the list worker.
     void registerWaitEvent(int type);
     void cancelWaitEvent(int type);
+    // Ends one busy state: cancels its wait event and makes the flag idle, when it is busy.
+    int clearBusyState(int& flag, int waitEventType);
     // Forwards id with value1 v, value2 0 and no parcel.
     void forward(int id, int v);
     // Copies of the references that activation and resume replace (any thread).

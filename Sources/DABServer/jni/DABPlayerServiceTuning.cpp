@@ -48,40 +48,32 @@ void DABPlayerService::cancelWaitEvent(int type) {
     worker->listItemCachedFinished(msg);
 }
 
-int DABPlayerService::clearSourceOnDelayStatus() {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::clearSourceOnDelayStatus");
-    if (isInSourceOnDelay == kBusy) {
-        cancelWaitEvent(DAB_SERVER_QUEUE_MSG_WAIT_SOURCE_ON);
-        isInSourceOnDelay = kIdle;
+int DABPlayerService::clearBusyState(int& flag, int waitEventType) {
+    if (flag == kBusy) {
+        cancelWaitEvent(waitEventType);
+        flag = kIdle;
     }
     return 0;
+}
+
+int DABPlayerService::clearSourceOnDelayStatus() {
+    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::clearSourceOnDelayStatus");
+    return clearBusyState(isInSourceOnDelay, DAB_SERVER_QUEUE_MSG_WAIT_SOURCE_ON);
 }
 
 int DABPlayerService::clearSwitchBandStatus() {
     DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::clearSwitchBandStatus");
-    if (isInSwitchBand == kBusy) {
-        cancelWaitEvent(DAB_SERVER_QUEUE_MSG_WAIT_SWITCH_BAND);
-        isInSwitchBand = kIdle;
-    }
-    return 0;
+    return clearBusyState(isInSwitchBand, DAB_SERVER_QUEUE_MSG_WAIT_SWITCH_BAND);
 }
 
 int DABPlayerService::clearManualUpDownStatus() {
     DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::clearManualUpDownStatus");
-    if (isInManualUPDownInFreqExtend == kBusy) {
-        cancelWaitEvent(DAB_SERVER_QUEUE_MSG_WAIT_MANUAL_UPDOWN);
-        isInManualUPDownInFreqExtend = kIdle;
-    }
-    return 0;
+    return clearBusyState(isInManualUPDownInFreqExtend, DAB_SERVER_QUEUE_MSG_WAIT_MANUAL_UPDOWN);
 }
 
 int DABPlayerService::clearPresetUpDownStatus() {
     DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::clearPresetUpDownStatus");
-    if (isInPresetUpDown == kBusy) {
-        cancelWaitEvent(DAB_SERVER_QUEUE_MSG_WAIT_PRESET_UPDOWN);
-        isInPresetUpDown = kIdle;
-    }
-    return 0;
+    return clearBusyState(isInPresetUpDown, DAB_SERVER_QUEUE_MSG_WAIT_PRESET_UPDOWN);
 }
 
 int DABPlayerService::clearPresetUpDownStatusForRecall() {

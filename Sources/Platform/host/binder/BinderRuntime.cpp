@@ -399,10 +399,10 @@ bool BinderRuntime::spawnLocked() {
 void BinderRuntime::armStallTimerLocked() {
     mStallTimerArmed = true;
     mTimerTurns = mLeaderTurns;
-    struct itimerspec spec;
-    memset(&spec, 0, sizeof(spec));
-    spec.it_value.tv_nsec = kStallTimeoutNs;
-    timerfd_settime(mStallTimerFd, 0, &spec, nullptr);
+    struct itimerspec timer;
+    memset(&timer, 0, sizeof(timer));
+    timer.it_value.tv_nsec = kStallTimeoutNs;
+    timerfd_settime(mStallTimerFd, 0, &timer, nullptr);
 }
 
 void BinderRuntime::wakeForWorkLocked() {
