@@ -24,7 +24,8 @@ namespace {
 COMP_LIST_ITEM compItem(int index, const char* label, int codeTyped = 1) {
     COMP_LIST_ITEM c;
     memset(&c, 0, sizeof(c));
-    strncpy(c.label, label, sizeof(c.label));
+    // Labels fill 16 bytes without a terminator.
+    memcpy(c.label, label, std::min(strlen(label), sizeof(c.label)));
     c.index = index;
     c.NM = static_cast<uint8_t>(20 + index);
     c.eid = static_cast<uint16_t>(0xE000 + index);

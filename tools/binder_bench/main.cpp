@@ -4,11 +4,22 @@
 //   - BM_BinderTwoWay64: a two-way call with a 64-byte parcel answered with 64 bytes;
 //   - BM_BinderOneway64: one-way calls with a 64-byte parcel (sender's cost; the receiver is
 //     waited for every 256 calls so its queue stays within bounds);
+// then a fan-out of notifications to 8 client processes, through IDABPlayerClient::notify and
+// through raw Unix sockets (64 bytes) in the same run: the median time from the first send to
+// the last client's receipt, the throughput, and a check that every client received every
+// notification in order;
 // then an idle check: a service with a connected client, left alone, must not wake up.
 //
-//   binder_bench [benchmark flags] [--idle-seconds=N]
-// The process starts copies of itself as the other side (internal flags --raw-peer and
-// --binder-peer).
+//   binder_bench [benchmark flags] [--idle-seconds=N] [--fanout-rounds=N]
+//                [--fanout-notifications=N] [--fanout-raw-notifications=N]
+// --fanout-rounds: timed single notifications per side (0 skips the fan-out);
+// --fanout-notifications: notifications streamed through binder for throughput and the order
+// check (100000); --fanout-raw-notifications: the same through the raw sockets (20000: a stream
+// socket cannot reorder, so this is only the throughput figure, kept short).
+// Exits with 1 when a client missed a notification or received one out of order.
+// Only the fan-out: binder_bench --benchmark_filter='^$' --idle-seconds=0
+// The process starts copies of itself as the other side (internal flags --raw-peer,
+// --binder-peer, --fanout-raw-client and --fanout-binder-client).
 #include <benchmark/benchmark.h>
 
 #include <binder/Binder.h>
@@ -16,18 +27,23 @@
 #include <binder/IServiceManager.h>
 #include <binder/Parcel.h>
 #include <binder/ProcessState.h>
+#include <dabplayer/IDABPlayerClient.h>
 
 #include <dirent.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cerrno>
 #include <climits>
 #include <condition_variable>
+#include <deque>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -262,6 +278,370 @@ void idleCheck(int seconds) {
            selfAfter.cpuTicks - selfBefore.cpuTicks, selfAfter.switches - selfBefore.switches);
 }
 
+// ---- Fan-out of one notification to many client processes ----
+
+constexpr int kFanoutClients = 8;
+constexpr int kAckEvery = 128;      // streamed notifications: one receipt per this many
+constexpr int kWindow = 512;        // streamed notifications in flight, within the queue bounds
+constexpr int kAckTimeoutMs = 5000;
+constexpr uint32_t kRegister = IBinder::FIRST_CALL_TRANSACTION;
+const char kFanoutService[] = "binder_bench_fanout";
+const char kFanoutText[] = "ensemble changed";
+
+// The notification's msg says whether the client reports its receipt.
+enum FanoutMsg : int32_t { kMsgAck = 1, kMsgNoAck = 2 };
+
+// A client's receipt: the sequence number just received and the faults seen so far (a sequence
+// number other than the one expected, or a wrong payload).
+struct Ack {
+    int32_t seq;
+    int32_t faults;
+};
+
+// A raw notification: msg, seq, 0 and a C string, 64 bytes in all.
+struct RawNotification {
+    int32_t msg;
+    int32_t seq;
+    int32_t ext2;
+    char text[kPayload - 3 * sizeof(int32_t)];
+};
+static_assert(sizeof(RawNotification) == kPayload, "one 64-byte message");
+
+// A socket whose reader died fails the write instead of killing the writer.
+bool writeAll(int fd, const void* buf, size_t len) {
+    const char* p = static_cast<const char*>(buf);
+    while (len > 0) {
+        const ssize_t n = send(fd, p, len, MSG_NOSIGNAL);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return false;
+        p += n;
+        len -= static_cast<size_t>(n);
+    }
+    return true;
+}
+
+// Blocks up to timeoutMs (-1: for ever) for the whole buffer.
+bool readAll(int fd, void* buf, size_t len, int timeoutMs) {
+    char* p = static_cast<char*>(buf);
+    while (len > 0) {
+        if (timeoutMs >= 0) {
+            struct pollfd pfd = {fd, POLLIN, 0};
+            const int r = poll(&pfd, 1, timeoutMs);
+            if (r < 0 && errno == EINTR) continue;
+            if (r <= 0) return false;
+        }
+        const ssize_t n = read(fd, p, len);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return false;
+        p += n;
+        len -= static_cast<size_t>(n);
+    }
+    return true;
+}
+
+// Checks the order of what one client receives; binder threads or the raw client's only thread.
+class SequenceCheck {
+public:
+    explicit SequenceCheck(int ackFd) : mAckFd(ackFd) {}
+
+    // Any thread; blocks while the receipt is written.
+    void received(int32_t msg, int32_t seq, bool payloadOk) {
+        Ack ack;
+        {
+            std::lock_guard<std::mutex> lock(mLock);
+            if (seq != mExpected || !payloadOk) mFaults++;
+            mExpected = seq + 1;
+            ack = {seq, mFaults};
+        }
+        if (msg == kMsgAck) writeAll(mAckFd, &ack, sizeof(ack));
+    }
+
+private:
+    const int mAckFd;       // immutable
+    std::mutex mLock;       // guards the fields below
+    int32_t mExpected = 0;
+    int32_t mFaults = 0;
+};
+
+class FanoutClient : public BnDABPlayerClient {
+public:
+    explicit FanoutClient(int ackFd) : mCheck(ackFd) {}
+
+    // Binder threads, one call at a time (one-way calls to one object are served in order).
+    void notify(int msg, int ext1, int ext2, const Parcel* obj) override {
+        const char* text = obj != nullptr ? obj->readCString() : nullptr;
+        mCheck.received(msg, ext1, ext2 == 0 && text != nullptr && strcmp(text, kFanoutText) == 0);
+    }
+
+private:
+    SequenceCheck mCheck;   // has its own lock
+};
+
+// The service side: collects the callbacks the clients register.
+class FanoutRegistry : public BBinder {
+public:
+    // Any thread; blocks up to the time-out. The callbacks, once n are registered (else empty).
+    std::vector<sp<IDABPlayerClient>> waitClients(size_t n, std::chrono::milliseconds timeout) {
+        std::unique_lock<std::mutex> lock(mLock);
+        if (!mChanged.wait_for(lock, timeout, [&] { return mClients.size() >= n; })) return {};
+        return mClients;
+    }
+
+    // Any thread. Forgets every callback.
+    void clear() {
+        std::vector<sp<IDABPlayerClient>> old;
+        std::lock_guard<std::mutex> lock(mLock);
+        old.swap(mClients);
+    }
+
+protected:
+    status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) override {
+        if (code != kRegister) return BBinder::onTransact(code, data, reply, flags);
+        sp<IDABPlayerClient> client = interface_cast<IDABPlayerClient>(data.readStrongBinder());
+        if (client == nullptr) return BAD_VALUE;
+        std::lock_guard<std::mutex> lock(mLock);
+        mClients.push_back(client);
+        mChanged.notify_all();
+        return NO_ERROR;
+    }
+
+private:
+    std::mutex mLock;                       // guards mClients
+    std::condition_variable mChanged;       // signalled under mLock
+    std::vector<sp<IDABPlayerClient>> mClients;
+};
+
+int runFanoutRawClient(int fd) {
+    SequenceCheck check(fd);
+    // Takes whatever has arrived in one read, as a raw socket reader would.
+    std::vector<char> buf(64 * sizeof(RawNotification));
+    size_t have = 0;
+    for (;;) {
+        const ssize_t n = read(fd, buf.data() + have, buf.size() - have);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return 0;
+        have += static_cast<size_t>(n);
+        size_t used = 0;
+        for (; have - used >= sizeof(RawNotification); used += sizeof(RawNotification)) {
+            RawNotification m;
+            memcpy(&m, buf.data() + used, sizeof(m));
+            m.text[sizeof(m.text) - 1] = '\0';
+            check.received(m.msg, m.seq, m.ext2 == 0 && strcmp(m.text, kFanoutText) == 0);
+        }
+        memmove(buf.data(), buf.data() + used, have - used);
+        have -= used;
+    }
+}
+
+int runFanoutBinderClient(int ackFd) {
+    sp<IBinder> service = defaultServiceManager()->getService(String16(kFanoutService));
+    if (service == nullptr) return 5;
+    ProcessState::self()->startThreadPool();
+    sp<FanoutClient> client = new FanoutClient(ackFd);
+    Parcel data;
+    Parcel reply;
+    data.writeStrongBinder(client);
+    if (service->transact(kRegister, data, &reply) != NO_ERROR) return 4;
+    IPCThreadState::self()->joinThreadPool(true);
+    return 0;
+}
+
+// One side of the fan-out: sends a notification to every client and reads their receipts.
+class FanoutSide {
+public:
+    virtual ~FanoutSide() = default;
+    // The bench's main thread. Sends seq with msg to every client, in client order.
+    virtual void send(int32_t msg, int32_t seq) = 0;
+
+    // The bench's main thread; blocks up to the time-out. Reads each client's next receipt and
+    // checks that it is for seq; false on a time-out or a receipt for another one.
+    bool awaitAll(int32_t seq) {
+        for (size_t i = 0; i < ackFds.size(); ++i) {
+            Ack ack;
+            if (!readAll(ackFds[i], &ack, sizeof(ack), kAckTimeoutMs) || ack.seq != seq) {
+                fprintf(stderr, "fan-out: client %zu: receipt for %d missing\n", i, seq);
+                return false;
+            }
+            lastFaults[i] = ack.faults;
+        }
+        return true;
+    }
+
+    std::vector<int> ackFds;          // the bench's end of each client's receipt channel
+    std::vector<pid_t> pids;          // the client processes
+    std::vector<int32_t> lastFaults;  // per client, from its latest receipt
+    int32_t nextSeq = 0;              // the next sequence number to send
+    bool failed = false;              // a receipt went missing: figures are void
+};
+
+class RawFanout : public FanoutSide {
+public:
+    void send(int32_t msg, int32_t seq) override {
+        RawNotification n = {msg, seq, 0, {}};
+        memcpy(n.text, kFanoutText, sizeof(kFanoutText));
+        for (int fd : ackFds) writeAll(fd, &n, sizeof(n));
+    }
+};
+
+class BinderFanout : public FanoutSide {
+public:
+    BinderFanout() { mObj.writeCString(kFanoutText); }
+    void send(int32_t msg, int32_t seq) override {
+        for (const sp<IDABPlayerClient>& c : clients) c->notify(msg, seq, 0, &mObj);
+    }
+    std::vector<sp<IDABPlayerClient>> clients;  // main thread only
+private:
+    Parcel mObj;                                // immutable after construction
+};
+
+// Starts a client with its end of a new socket pair; returns the bench's end.
+int spawnWithSocket(const char* flag, pid_t* pid) {
+    int sv[2];
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sv) != 0) return -1;
+    // The client's end must survive exec.
+    const int clientFd = dup(sv[1]);
+    *pid = spawn({flag, std::to_string(clientFd)});
+    close(clientFd);
+    close(sv[1]);
+    return sv[0];
+}
+
+// The bench's main thread; blocks. Time from the first send to the last receipt.
+double timedRound(FanoutSide& side) {
+    if (side.failed) return 0;
+    const int32_t seq = side.nextSeq++;
+    const auto start = std::chrono::steady_clock::now();
+    side.send(kMsgAck, seq);
+    if (!side.awaitAll(seq)) side.failed = true;
+    const auto end = std::chrono::steady_clock::now();
+    return std::chrono::duration<double, std::micro>(end - start).count();
+}
+
+// The bench's main thread; blocks. Streams count notifications, at most kWindow unconfirmed;
+// returns notifications per second.
+double stream(FanoutSide& side, int count) {
+    std::deque<int32_t> awaited;
+    int32_t confirmedUpTo = side.nextSeq;
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < count && !side.failed; ++i) {
+        const int32_t seq = side.nextSeq++;
+        const bool ack = (i + 1) % kAckEvery == 0 || i + 1 == count;
+        side.send(ack ? kMsgAck : kMsgNoAck, seq);
+        if (ack) awaited.push_back(seq);
+        while (!awaited.empty() && (side.nextSeq - confirmedUpTo >= kWindow || i + 1 == count)) {
+            if (!side.awaitAll(awaited.front())) side.failed = true;
+            confirmedUpTo = awaited.front() + 1;
+            awaited.pop_front();
+            if (side.failed) break;
+        }
+    }
+    const auto end = std::chrono::steady_clock::now();
+    return count / std::chrono::duration<double>(end - start).count();
+}
+
+double percentile(std::vector<double> v, double p) {
+    if (v.empty()) return 0;
+    const size_t k = std::min(v.size() - 1, static_cast<size_t>(p * static_cast<double>(v.size())));
+    std::nth_element(v.begin(), v.begin() + static_cast<ptrdiff_t>(k), v.end());
+    return v[k];
+}
+
+bool allInOrder(const FanoutSide& side) {
+    return !side.failed && std::all_of(side.lastFaults.begin(), side.lastFaults.end(),
+                                       [](int32_t f) { return f == 0; });
+}
+
+// Faults of each client, or that there were none.
+std::string describeOrder(const FanoutSide& side) {
+    if (side.failed) return "FAILED: a receipt went missing";
+    std::string faults;
+    for (size_t i = 0; i < side.lastFaults.size(); ++i) {
+        if (side.lastFaults[i] != 0) {
+            faults += " client " + std::to_string(i) + ": " + std::to_string(side.lastFaults[i]);
+        }
+    }
+    return faults.empty() ? "every client in order, none missing" : "FAILED, faults:" + faults;
+}
+
+void stopClients(FanoutSide& side) {
+    for (pid_t pid : side.pids) {
+        if (pid > 0) kill(pid, SIGKILL);
+    }
+    for (pid_t pid : side.pids) {
+        if (pid > 0) waitpid(pid, nullptr, 0);
+    }
+    for (int fd : side.ackFds) close(fd);
+}
+
+// False when a client missed a notification or received one out of order.
+bool fanoutCheck(int rounds, int notifications, int rawNotifications) {
+    if (rounds <= 0) return true;
+    RawFanout raw;
+    BinderFanout binder;
+    sp<FanoutRegistry> registry = new FanoutRegistry();
+    if (defaultServiceManager()->addService(String16(kFanoutService), registry) != NO_ERROR) {
+        fprintf(stderr, "fan-out: service not published\n");
+        return false;
+    }
+    for (int i = 0; i < kFanoutClients; ++i) {
+        pid_t pid = -1;
+        raw.ackFds.push_back(spawnWithSocket("--fanout-raw-client", &pid));
+        raw.pids.push_back(pid);
+        binder.ackFds.push_back(spawnWithSocket("--fanout-binder-client", &pid));
+        binder.pids.push_back(pid);
+    }
+    raw.lastFaults.assign(kFanoutClients, 0);
+    binder.lastFaults.assign(kFanoutClients, 0);
+    binder.clients = registry->waitClients(kFanoutClients, std::chrono::seconds(10));
+    bool ok = binder.clients.size() == static_cast<size_t>(kFanoutClients);
+    if (!ok) {
+        fprintf(stderr, "fan-out: clients did not register\n");
+    } else {
+        // Warm up both sides, then alternate them so drift on the machine hits both alike.
+        for (int i = 0; i < rounds / 10; ++i) {
+            timedRound(raw);
+            timedRound(binder);
+        }
+        std::vector<double> rawTimes;
+        std::vector<double> binderTimes;
+        for (int i = 0; i < rounds; ++i) {
+            rawTimes.push_back(timedRound(raw));
+            binderTimes.push_back(timedRound(binder));
+        }
+        const double rawRate = stream(raw, rawNotifications);
+        const double binderRate = stream(binder, notifications);
+        const double rawMedian = percentile(rawTimes, 0.5);
+        const double binderMedian = percentile(binderTimes, 0.5);
+        printf("fan-out to %d processes, %d single notifications each side, send to the last "
+               "client's receipt, median (90th percentile):\n",
+               kFanoutClients, rounds);
+        printf("  raw socket, 64 bytes:          %8.1f us (%8.1f us)\n", rawMedian,
+               percentile(rawTimes, 0.9));
+        printf("  IDABPlayerClient::notify:      %8.1f us (%8.1f us)\n", binderMedian,
+               percentile(binderTimes, 0.9));
+        printf("  ratio binder/raw: %.2f (within 2: %s)\n", binderMedian / rawMedian,
+               binderMedian <= 2 * rawMedian ? "yes" : "NO");
+        // A stream cut short by a lost receipt has no rate.
+        const auto rate = [](const FanoutSide& side, double r) {
+            return side.failed ? std::string("void") : std::to_string(static_cast<long>(r)) + "/s";
+        };
+        printf("fan-out streamed (receipt every %d, at most %d in flight): raw %s over %d, "
+               "binder %s over %d\n",
+               kAckEvery, kWindow, rate(raw, rawRate).c_str(), rawNotifications,
+               rate(binder, binderRate).c_str(), notifications);
+        printf("order, binder: %d notifications per client (%d streamed): %s\n", binder.nextSeq,
+               notifications, describeOrder(binder).c_str());
+        printf("order, raw: %d notifications per client: %s\n", raw.nextSeq,
+               describeOrder(raw).c_str());
+        ok = allInOrder(binder) && allInOrder(raw);
+    }
+    binder.clients.clear();
+    registry->clear();
+    stopClients(raw);
+    stopClients(binder);
+    return ok;
+}
+
 void removeDir(const std::string& dir) {
     DIR* d = opendir(dir.c_str());
     if (d == nullptr) return;
@@ -286,11 +666,28 @@ int main(int argc, char** argv) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         return runBinderPeer();
     }
+    if (argc >= 3 && strcmp(argv[1], "--fanout-raw-client") == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        return runFanoutRawClient(atoi(argv[2]));
+    }
+    if (argc >= 3 && strcmp(argv[1], "--fanout-binder-client") == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        return runFanoutBinderClient(atoi(argv[2]));
+    }
     int idleSeconds = 10;
+    int fanoutRounds = 2000;
+    int fanoutNotifications = 100000;
+    int fanoutRawNotifications = 20000;
     std::vector<char*> args;
     for (int i = 0; i < argc; ++i) {
         if (strncmp(argv[i], "--idle-seconds=", 15) == 0) {
             idleSeconds = atoi(argv[i] + 15);
+        } else if (strncmp(argv[i], "--fanout-rounds=", 16) == 0) {
+            fanoutRounds = atoi(argv[i] + 16);
+        } else if (strncmp(argv[i], "--fanout-notifications=", 23) == 0) {
+            fanoutNotifications = atoi(argv[i] + 23);
+        } else if (strncmp(argv[i], "--fanout-raw-notifications=", 27) == 0) {
+            fanoutRawNotifications = atoi(argv[i] + 27);
         } else {
             args.push_back(argv[i]);
         }
@@ -305,6 +702,7 @@ int main(int argc, char** argv) {
     benchmark::Initialize(&count, args.data());
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
+    const bool fanoutOk = fanoutCheck(fanoutRounds, fanoutNotifications, fanoutRawNotifications);
     idleCheck(idleSeconds);
 
     if (gBinderPeer > 0) kill(gBinderPeer, SIGKILL);
@@ -312,5 +710,5 @@ int main(int argc, char** argv) {
     if (gBinderPeer > 0) waitpid(gBinderPeer, nullptr, 0);
     if (gRawPeer > 0) waitpid(gRawPeer, nullptr, 0);
     removeDir(gDir);
-    return 0;
+    return fanoutOk ? 0 : 1;
 }
