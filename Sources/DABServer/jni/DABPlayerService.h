@@ -287,6 +287,10 @@ private:
     // Tuning helpers: register or cancel the wait event of one type with the list worker.
     void registerWaitEvent(int type);
     void cancelWaitEvent(int type);
+    // The common steps of manualUp/manualDown and of presetSeekUp/presetSeekDown (direction
+    // 1 up, 2 down), before the tuner command.
+    void startManualStep();
+    void startPresetSeek(int direction);
     // Ends one busy state: cancels its wait event and makes the flag idle, when it is busy.
     int clearBusyState(int& flag, int waitEventType);
     // Forwards id with value1 v, value2 0 and no parcel.

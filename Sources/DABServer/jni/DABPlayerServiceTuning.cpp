@@ -161,15 +161,7 @@ int DABPlayerService::manualUp() {
         DAB_LOGD(DAB_TAG_PLAYER, "DABPlayer in manualUp mIsActive != 1");
         return -1;
     }
-    const int mode = mDabLib.getLogicMode();
-    isInManualUPDownInFreqExtend = kBusy;
-    if (mode == media_lib_dab::EN_DAB_LM_SEEK_UP || mode == media_lib_dab::EN_DAB_LM_SEEK_DOWN) {
-        isInSeekCancel = kBusy;
-    }
-    clearSwitchBandStatus();
-    clearPresetUpDownStatus();
-    clearSourceOnDelayStatus();
-    registerWaitEvent(DAB_SERVER_QUEUE_MSG_WAIT_MANUAL_UPDOWN);
+    startManualStep();
     mDabLib.manualUp();
     return 0;
 }
@@ -180,6 +172,12 @@ int DABPlayerService::manualDown() {
         DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService in manualDown mIsActive != 1");
         return -1;
     }
+    startManualStep();
+    mDabLib.manualDown();
+    return 0;
+}
+
+void DABPlayerService::startManualStep() {
     const int mode = mDabLib.getLogicMode();
     isInManualUPDownInFreqExtend = kBusy;
     if (mode == media_lib_dab::EN_DAB_LM_SEEK_UP || mode == media_lib_dab::EN_DAB_LM_SEEK_DOWN) {
@@ -189,8 +187,6 @@ int DABPlayerService::manualDown() {
     clearPresetUpDownStatus();
     clearSourceOnDelayStatus();
     registerWaitEvent(DAB_SERVER_QUEUE_MSG_WAIT_MANUAL_UPDOWN);
-    mDabLib.manualDown();
-    return 0;
 }
 
 int DABPlayerService::presetSeekUp() {
@@ -199,24 +195,7 @@ int DABPlayerService::presetSeekUp() {
         DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService in presetSeekUp mIsActive != 1");
         return -1;
     }
-    mSeekDirection = kSeekUp;
-    if (mDabLib.getLogicMode() == media_lib_dab::EN_DAB_LM_SEEK_UP) {
-        // Seek up while seeking up: the tuner steps on; treat it like a manual step.
-        isInManualUPDownInFreqExtend = kBusy;
-        isInSeekCancel = kBusy;
-        clearSwitchBandStatus();
-        clearPresetUpDownStatus();
-        clearSourceOnDelayStatus();
-        clearDisplayStatus();
-        registerWaitEvent(DAB_SERVER_QUEUE_MSG_WAIT_MANUAL_UPDOWN);
-        forward(DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE, DAB_SERVER_LOGIC_MODE_MANUAL_UPDOWN);
-    } else {
-        isInSeekCancel = kIdle;
-        clearSwitchBandStatus();
-        clearManualUpDownStatus();
-        clearPresetUpDownStatus();
-        clearSourceOnDelayStatus();
-    }
+    startPresetSeek(kSeekUp);
     mDabLib.seekUp();
     return 0;
 }
@@ -227,14 +206,25 @@ int DABPlayerService::presetSeekDown() {
         DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService in presetSeekDown mIsActive != 1");
         return -1;
     }
-    mSeekDirection = kSeekDown;
-    if (mDabLib.getLogicMode() == media_lib_dab::EN_DAB_LM_SEEK_DOWN) {
-        // Unlike seek up, the display is not blanked here.
+    startPresetSeek(kSeekDown);
+    if (mDabLib.getComponentNum() != 0) mErrorCheckOnCompNum = 1;
+    mDabLib.seekDown();
+    return 0;
+}
+
+void DABPlayerService::startPresetSeek(int direction) {
+    mSeekDirection = direction;
+    const int seekingMode = direction == kSeekUp ? media_lib_dab::EN_DAB_LM_SEEK_UP
+                                                 : media_lib_dab::EN_DAB_LM_SEEK_DOWN;
+    if (mDabLib.getLogicMode() == seekingMode) {
+        // A seek in the direction the tuner already seeks steps on, like a manual step.
         isInManualUPDownInFreqExtend = kBusy;
         isInSeekCancel = kBusy;
         clearSwitchBandStatus();
         clearPresetUpDownStatus();
         clearSourceOnDelayStatus();
+        // Only seek up blanks the display.
+        if (direction == kSeekUp) clearDisplayStatus();
         registerWaitEvent(DAB_SERVER_QUEUE_MSG_WAIT_MANUAL_UPDOWN);
         forward(DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE, DAB_SERVER_LOGIC_MODE_MANUAL_UPDOWN);
     } else {
@@ -244,9 +234,6 @@ int DABPlayerService::presetSeekDown() {
         clearPresetUpDownStatus();
         clearSourceOnDelayStatus();
     }
-    if (mDabLib.getComponentNum() != 0) mErrorCheckOnCompNum = 1;
-    mDabLib.seekDown();
-    return 0;
 }
 
 int DABPlayerService::switchBand() {
