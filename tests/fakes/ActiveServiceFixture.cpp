@@ -12,13 +12,6 @@ void ActiveServiceFixture::SetUp() {
 }
 
 void ActiveServiceFixture::TearDown() {
-    // A worker holding a wait event would otherwise keep the service's destructor waiting
-    // (and call back into it) for up to 2 seconds.
-    sp<DABListProcessThread> worker = peer().listWorker();
-    if (worker != nullptr) {
-        EXPECT_TRUE(stopAndDrainWorker(worker)) << "list worker did not stop";
-    }
-    worker.clear();
     mClient.clear();
     mCallback.clear();
     mAnswerer.reset();

@@ -3,6 +3,7 @@
 #include "DABListProcessThread.h"
 #include "DABSourceController.h"
 #include "DABTASourceController.h"
+#include "TunerListAnswerer.h"
 
 #include <thread>
 
@@ -25,6 +26,14 @@ void ServiceFixture::TearDown() {
     sp<DABListProcessThread> worker = peer().listWorker();
     if (worker != nullptr) mWorkersSeen.push_back(worker);
     worker.clear();
+    // A worker holding a list request or wait event would keep teardown waiting (and call
+    // back into the service) for up to 5 seconds: end what it holds and let it stop.
+    for (const wp<DABListProcessThread>& w : mWorkersSeen) {
+        sp<DABListProcessThread> running = w.promote();
+        if (running != nullptr) {
+            EXPECT_TRUE(stopAndDrainWorker(running)) << "list worker did not stop";
+        }
+    }
     // Every client object the test made must be gone with its application reference.
     EXPECT_EQ(0u, peer().clientCount()) << "client registry not empty";
     wp<DABPlayerService> weak = mService;

@@ -19,15 +19,6 @@ constexpr int kUntouched = 12345;
 
 class QueriesTest : public ServiceFixture {
 protected:
-    void TearDown() override {
-        // The worker may be holding a source-on preset request for up to 5 s; end it now.
-        sp<DABListProcessThread> worker = peer().listWorker();
-        if (worker != nullptr) {
-            EXPECT_TRUE(stopAndDrainWorker(worker));
-        }
-        worker.clear();
-        ServiceFixture::TearDown();
-    }
     // Activates the DAB source; the preset list requests it starts are not looked at here.
     void activeService() {
         activate();

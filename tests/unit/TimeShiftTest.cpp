@@ -17,15 +17,6 @@ constexpr int kUntouched = 12345;
 
 class TimeShiftTest : public ServiceFixture {
 protected:
-    void TearDown() override {
-        // The worker may be holding a source-on preset request for up to 5 s; end it now.
-        sp<DABListProcessThread> worker = peer().listWorker();
-        if (worker != nullptr) {
-            EXPECT_TRUE(stopAndDrainWorker(worker));
-        }
-        worker.clear();
-        ServiceFixture::TearDown();
-    }
     void activeService() {
         activate();
         mTuner->clearCommands();
