@@ -1,5 +1,7 @@
 #include "BinderIpcFixture.h"
 
+#include "ChildProcess.h"
+
 #include "BinderRuntime.h"
 
 #include <dirent.h>
@@ -109,24 +111,7 @@ pid_t BinderIpcTest::spawnPeer(const std::vector<std::string>& args) {
 }
 
 int BinderIpcTest::waitExit(pid_t pid, std::chrono::milliseconds timeout) {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    for (;;) {
-        int status = 0;
-        const pid_t done = waitpid(pid, &status, WNOHANG);
-        if (done == pid) {
-            for (auto it = mChildren.begin(); it != mChildren.end(); ++it) {
-                if (*it == pid) {
-                    mChildren.erase(it);
-                    break;
-                }
-            }
-            if (WIFEXITED(status)) return WEXITSTATUS(status);
-            if (WIFSIGNALED(status)) return -WTERMSIG(status);
-            return -1000;
-        }
-        if (done < 0 || std::chrono::steady_clock::now() >= deadline) return -1000;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
+    return waitChildExit(pid, timeout, &mChildren);
 }
 
 bool BinderIpcTest::waitUntil(const std::function<bool()>& condition,

@@ -1,5 +1,7 @@
 #include "HeadUnitProcessFixture.h"
 
+#include "ChildProcess.h"
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <signal.h>
@@ -137,24 +139,7 @@ HeadUnitProcessTest::Run HeadUnitProcessTest::dabctl(const std::vector<std::stri
 }
 
 int HeadUnitProcessTest::waitExit(pid_t pid, std::chrono::milliseconds timeout) {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    for (;;) {
-        int status = 0;
-        const pid_t done = waitpid(pid, &status, WNOHANG);
-        if (done == pid) {
-            for (auto it = mChildren.begin(); it != mChildren.end(); ++it) {
-                if (*it == pid) {
-                    mChildren.erase(it);
-                    break;
-                }
-            }
-            if (WIFEXITED(status)) return WEXITSTATUS(status);
-            if (WIFSIGNALED(status)) return -WTERMSIG(status);
-            return -1000;
-        }
-        if (done < 0 || std::chrono::steady_clock::now() >= deadline) return -1000;
-        std::this_thread::sleep_for(5ms);
-    }
+    return waitChildExit(pid, timeout, &mChildren);
 }
 
 std::string HeadUnitProcessTest::readFile(const std::string& name) const {
