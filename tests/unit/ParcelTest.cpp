@@ -1,6 +1,8 @@
 #include <binder/Binder.h>
 #include <binder/Parcel.h>
 
+#include "HostParcel.h"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -16,18 +18,18 @@ TEST(ParcelTest, ValuesReadBackInWriteOrder) {
     p.writeString8(String8("ü label"));
     p.writeString16(String16("DABPlayer"));
     const char raw[5] = {1, 2, 3, 4, 5};
-    p.writeByteBlock(raw, 5);
-    p.writeByteBlock(nullptr, 0);
+    HostParcel::writeByteBlock(&p, raw, 5);
+    HostParcel::writeByteBlock(&p, nullptr, 0);
     p.setDataPosition(0);
     EXPECT_EQ(-7, p.readInt32());
     EXPECT_STREQ("abc", p.readCString());
     EXPECT_STREQ("ü label", p.readString8().string());
     EXPECT_TRUE(p.readString16() == String16("DABPlayer"));
     int32_t len = 0;
-    const void* block = p.readByteBlock(&len);
+    const void* block = HostParcel::readByteBlock(p, &len);
     ASSERT_EQ(5, len);
     EXPECT_EQ(0, memcmp(raw, block, 5));
-    EXPECT_EQ(nullptr, p.readByteBlock(&len));
+    EXPECT_EQ(nullptr, HostParcel::readByteBlock(p, &len));
     EXPECT_EQ(-1, len);
     EXPECT_EQ(0u, p.dataAvail());
 }
@@ -53,7 +55,7 @@ TEST(ParcelTest, LengthFieldsBeyondTheDataAreRefused) {
     EXPECT_EQ(0u, p.readString8().length());
     p.setDataPosition(0);
     int32_t len = 0;
-    EXPECT_EQ(nullptr, p.readByteBlock(&len));
+    EXPECT_EQ(nullptr, HostParcel::readByteBlock(p, &len));
     EXPECT_EQ(-1, len);
 }
 
@@ -70,7 +72,7 @@ TEST(ParcelTest, StrongBindersTravelByIndexAndBadIndicesAreRefused) {
     EXPECT_EQ(nullptr, none);
     sp<IBinder> bad;
     EXPECT_EQ(BAD_VALUE, p.readStrongBinder(&bad));
-    EXPECT_EQ(1u, p.objects().size());
+    EXPECT_EQ(1u, HostParcel::objects(p).size());
 }
 
 TEST(ParcelTest, UnknownTransactionOnAPlainBinderIsReported) {

@@ -5,6 +5,7 @@
 #include "FakeMediaManager.h"
 #include "FakePlatform.h"
 #include "FakeTuner.h"
+#include "BinderHostHooks.h"
 #include "HostLog.h"
 
 #include <binder/IServiceManager.h>

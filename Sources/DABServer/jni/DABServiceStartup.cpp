@@ -82,8 +82,8 @@ int dabplayer_service_start(bool joinPool) {
     sp<DABPlayerService> service = new DABPlayerService(controller, taController);
     controller->setService(service);
     taController->setService(service);
-    defaultServiceManager()->addService(String16(kServiceName), IInterface::asBinder(service),
-                                        false);
+    // The service object is itself the binder object that goes to the service manager.
+    defaultServiceManager()->addService(String16(kServiceName), sp<IBinder>(service), false);
     setOomAdj(KESTRAN_SERVICE_ID_DAB, KESTRAN_SERVICES_STS_IDLE);
 
     ProcessState::self()->startThreadPool();

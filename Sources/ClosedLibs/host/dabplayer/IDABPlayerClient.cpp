@@ -1,5 +1,7 @@
 #include <dabplayer/IDABPlayerClient.h>
 
+#include "HostParcel.h"
+
 namespace android {
 
 namespace {
@@ -21,7 +23,7 @@ public:
             // An empty parcel is still a parcel: send an empty block, not a null one.
             static const uint8_t kNoBytes = 0;
             const uint8_t* bytes = obj->dataSize() > 0 ? obj->data() : &kNoBytes;
-            data.writeByteBlock(bytes, static_cast<int32_t>(obj->dataSize()));
+            HostParcel::writeByteBlock(&data, bytes, static_cast<int32_t>(obj->dataSize()));
         }
         remote()->transact(NOTIFY, data, nullptr, IBinder::FLAG_ONEWAY);
     }
@@ -49,7 +51,7 @@ status_t BnDABPlayerClient::onTransact(uint32_t code, const Parcel& data, Parcel
         return NO_ERROR;
     }
     int32_t len = -1;
-    const void* bytes = data.readByteBlock(&len);
+    const void* bytes = HostParcel::readByteBlock(data, &len);
     Parcel obj;
     if (bytes == nullptr || obj.setData(static_cast<const uint8_t*>(bytes), len) != NO_ERROR) {
         return BAD_VALUE;

@@ -1,5 +1,8 @@
 #include "ProcessSupportBackend.h"
 
+#include "HostProcessSetup.h"
+
+#include <cstdlib>
 #include <mutex>
 
 namespace {
@@ -22,7 +25,14 @@ android::sp<ProcessSupportBackend> ProcessSupportBackend::current() {
     return gCurrent;
 }
 
-int drop_privileges() { return ProcessSupportBackend::current()->dropPrivileges(); }
+// Replaced by the strong definition of an executable that links its own set-up.
+__attribute__((weak)) bool hostProcessSetup() { return true; }
+
+int drop_privileges() {
+    static const bool setUp = hostProcessSetup();
+    if (!setUp) exit(1);
+    return ProcessSupportBackend::current()->dropPrivileges();
+}
 
 int setOomAdj(KESTRAN_SERVICE_ID id, KESTRAN_SERVICES_STS status) {
     return ProcessSupportBackend::current()->setOomAdj(id, status);

@@ -1,6 +1,8 @@
 #include "BinderConnection.h"
 
+#include "BinderHostHooks.h"
 #include "BinderRuntime.h"
+#include "HostParcel.h"
 
 #include <binder/IPCThreadState.h>
 #include <log/log_tag_id.h>
@@ -92,8 +94,8 @@ uint32_t BinderConnection::exportLocked(const sp<IBinder>& object) {
 
 status_t BinderConnection::encodeLocked(MessageHeader header, const Parcel& parcel,
                                         std::vector<uint8_t>* out) {
-    const std::vector<sp<IBinder>>& objects = parcel.objects();
-    const std::vector<size_t>& positions = parcel.objectPositions();
+    const std::vector<sp<IBinder>>& objects = HostParcel::objects(parcel);
+    const std::vector<size_t>& positions = HostParcel::objectPositions(parcel);
     const uint64_t dataSize = parcel.dataSize();
     const uint64_t total = sizeof(MessageHeader) + ((dataSize + 3) & ~uint64_t(3)) +
                            objects.size() * sizeof(ObjectEntry);
@@ -522,7 +524,7 @@ bool BinderConnection::decodeLocked(const MessageHeader& header, const uint8_t* 
                                      : importLocked(table[i].handle);
         out->setDataPosition(table[i].position);
         out->writeInt32(static_cast<int32_t>(i));
-        out->appendObjectForTransport(object, table[i].position);
+        HostParcel::appendObjectForTransport(out, object, table[i].position);
     }
     out->setDataPosition(0);
     return true;
@@ -668,7 +670,7 @@ void BinderConnection::handleCall(const MessageHeader& header, const uint8_t* bo
     if (refused) {
         if (!oneway) sendErrorReply(txnId, FAILED_TRANSACTION);
         // The references built for the call are dropped by the pool, never on this thread.
-        if (target != nullptr || data->objects().size() > 0) {
+        if (target != nullptr || HostParcel::objects(*data).size() > 0) {
             std::unique_ptr<BinderWork> drop(new BinderWork());
             sp<IBinder> keepTarget = target;
             drop->run = [keepTarget, data]() {};
@@ -733,7 +735,7 @@ void BinderConnection::serve(const sp<IBinder>& target, const Parcel& data, uint
     BinderThreadState& self = BinderThreadState::self();
     IPCThreadState* ipc = IPCThreadState::self();
     const int64_t identity = ipc->clearCallingIdentity();
-    ipc->setCallingIdentity(mPeerUid, mPeerPid);
+    setCallingIdentity(mPeerUid, mPeerPid);
     self.stack.push_back(BinderThreadState::Served{this, senderThread});
     Parcel reply;
     const bool oneway = (flags & IBinder::FLAG_ONEWAY) != 0;

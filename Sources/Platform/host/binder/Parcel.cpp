@@ -1,6 +1,8 @@
 #include <binder/IBinder.h>
 #include <binder/Parcel.h>
 
+#include "HostParcel.h"
+
 #include <cstring>
 
 namespace android {
@@ -72,7 +74,7 @@ status_t Parcel::writeString16(const String16& str) {
 
 status_t Parcel::writeInterfaceToken(const String16& interface) { return writeString16(interface); }
 
-bool Parcel::enforceInterface(const String16& interface) const {
+bool Parcel::enforceInterface(const String16& interface, IPCThreadState*) const {
     String16 token = readString16();
     return token == interface;
 }
@@ -84,17 +86,6 @@ status_t Parcel::writeStrongBinder(const sp<IBinder>& val) {
     return writeInt32(static_cast<int32_t>(mObjects.size() - 1));
 }
 
-void Parcel::appendObjectForTransport(const sp<IBinder>& binder, size_t position) {
-    mObjects.push_back(binder);
-    mObjectPositions.push_back(position);
-}
-
-status_t Parcel::writeByteBlock(const void* data, int32_t len) {
-    if (data == nullptr || len < 0) return writeInt32(-1);
-    status_t err = writeInt32(len);
-    if (err != NO_ERROR) return err;
-    return write(data, static_cast<size_t>(len));
-}
 
 status_t Parcel::read(void* out, size_t len) const {
     const void* p = readInplace(len);
@@ -180,18 +171,36 @@ sp<IBinder> Parcel::readStrongBinder() const {
     return b;
 }
 
-const void* Parcel::readByteBlock(int32_t* len) const {
+const std::vector<sp<IBinder>>& HostParcel::objects(const Parcel& parcel) {
+    return parcel.mObjects;
+}
+
+const std::vector<size_t>& HostParcel::objectPositions(const Parcel& parcel) {
+    return parcel.mObjectPositions;
+}
+
+void HostParcel::appendObjectForTransport(Parcel* parcel, const sp<IBinder>& binder,
+                                          size_t position) {
+    parcel->mObjects.push_back(binder);
+    parcel->mObjectPositions.push_back(position);
+}
+
+status_t HostParcel::writeByteBlock(Parcel* parcel, const void* data, int32_t len) {
+    if (data == nullptr || len < 0) return parcel->writeInt32(-1);
+    status_t err = parcel->writeInt32(len);
+    if (err != NO_ERROR) return err;
+    return parcel->write(data, static_cast<size_t>(len));
+}
+
+const void* HostParcel::readByteBlock(const Parcel& parcel, int32_t* len) {
     int32_t n = -1;
-    if (readInt32(&n) != NO_ERROR || n < 0) {
+    if (parcel.readInt32(&n) != NO_ERROR || n < 0) {
         *len = -1;
         return nullptr;
     }
-    const void* p = readInplace(static_cast<size_t>(n));
+    const void* p = parcel.readInplace(static_cast<size_t>(n));
     *len = (p == nullptr) ? -1 : n;
     return p;
 }
-
-const std::vector<sp<IBinder>>& Parcel::objects() const { return mObjects; }
-const std::vector<size_t>& Parcel::objectPositions() const { return mObjectPositions; }
 
 }  // namespace android

@@ -2,6 +2,7 @@
 #include <binder/IPCThreadState.h>
 #include <binder/ProcessState.h>
 
+#include "BinderHostHooks.h"
 #include "BinderRuntime.h"
 
 #include <mutex>
@@ -31,8 +32,9 @@ void ProcessState::startThreadPool() {
     mThreadPoolStarted = true;
 }
 
-void ProcessState::setThreadPoolMaxThreadCount(size_t maxThreads) {
+status_t ProcessState::setThreadPoolMaxThreadCount(size_t maxThreads) {
     BinderRuntime::instance().setMaxPoolThreads(maxThreads);
+    return NO_ERROR;
 }
 
 sp<IBinder> ProcessState::getContextObject(const sp<IBinder>&) { return binderContextObject(); }
@@ -47,14 +49,19 @@ IPCThreadState* IPCThreadState::self() {
 uid_t IPCThreadState::getCallingUid() const { return mCallingUid; }
 pid_t IPCThreadState::getCallingPid() const { return mCallingPid; }
 
-void IPCThreadState::setCallingIdentity(uid_t uid, pid_t pid) {
-    mCallingUid = uid;
-    mCallingPid = pid;
+namespace {
+// A saved caller as the platform encodes it: uid in the upper half, pid in the lower.
+int64_t identityToken(uid_t uid, pid_t pid) {
+    return (static_cast<int64_t>(uid) << 32) | static_cast<int64_t>(static_cast<uint32_t>(pid));
+}
+}  // namespace
+
+void setCallingIdentity(uid_t uid, pid_t pid) {
+    IPCThreadState::self()->restoreCallingIdentity(identityToken(uid, pid));
 }
 
 int64_t IPCThreadState::clearCallingIdentity() {
-    const int64_t token = (static_cast<int64_t>(mCallingUid) << 32) |
-                          static_cast<int64_t>(static_cast<uint32_t>(mCallingPid));
+    const int64_t token = identityToken(mCallingUid, mCallingPid);
     mCallingUid = getuid();
     mCallingPid = getpid();
     return token;

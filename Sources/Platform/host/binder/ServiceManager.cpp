@@ -3,6 +3,7 @@
 #include <binder/Parcel.h>
 
 #include "BinderConnection.h"
+#include "BinderHostHooks.h"
 #include "BinderRuntime.h"
 #include "BinderWire.h"
 

@@ -8,8 +8,12 @@ namespace android {
 class IInterface : public virtual RefBase {
 public:
     IInterface();
+#if !defined(DAB_DEVICE_API_LEVEL) || DAB_DEVICE_API_LEVEL >= 23
+    // Android 6.0 and later, which the host layers use; the device's API 17 has none of it,
+    // so the device-headers check of the service code hides it.
     static sp<IBinder> asBinder(const IInterface* iface);
     static sp<IBinder> asBinder(const sp<IInterface>& iface);
+#endif
 
 protected:
     ~IInterface() override;

@@ -17,8 +17,6 @@ public:
     // when it serves none.
     uid_t getCallingUid() const;
     pid_t getCallingPid() const;
-    // Transport hook: sets the caller identity for the transaction being served.
-    void setCallingIdentity(uid_t uid, pid_t pid);
     // Makes the process itself the caller; returns a token that restores the previous caller.
     int64_t clearCallingIdentity();
     void restoreCallingIdentity(int64_t token);

@@ -25,8 +25,6 @@ public:
 
 // Any thread; non-blocking. The process's service manager.
 sp<IServiceManager> defaultServiceManager();
-// Host hook: replaces the process's service manager (tests, the cross-process transport).
-void setDefaultServiceManager(const sp<IServiceManager>& sm);
 
 template <typename INTERFACE>
 status_t getService(const String16& name, sp<INTERFACE>* outService) {

@@ -13,6 +13,7 @@
 namespace android {
 
 class IBinder;
+class IPCThreadState;
 
 // A container of flat data and binder references for one transaction. Values are 4-byte
 // aligned; every read checks the remaining length and reports NOT_ENOUGH_DATA (or yields 0,
@@ -34,7 +35,9 @@ public:
     status_t setData(const uint8_t* buffer, size_t len);
 
     status_t writeInterfaceToken(const String16& interface);
-    bool enforceInterface(const String16& interface) const;
+    // The thread state is the platform's; the host keeps none per parcel and ignores it.
+    bool enforceInterface(const String16& interface,
+                          IPCThreadState* threadState = nullptr) const;
 
     status_t writeInt32(int32_t v);
     status_t writeUint32(uint32_t v);
@@ -44,8 +47,6 @@ public:
     status_t writeString8(const String8& str);
     status_t writeString16(const String16& str);
     status_t writeStrongBinder(const sp<IBinder>& val);
-    // Length-prefixed optional byte block: a null pointer is kept distinct from an empty block.
-    status_t writeByteBlock(const void* data, int32_t len);
 
     int32_t readInt32() const;
     status_t readInt32(int32_t* out) const;
@@ -58,18 +59,11 @@ public:
     String16 readString16() const;
     sp<IBinder> readStrongBinder() const;
     status_t readStrongBinder(sp<IBinder>* out) const;
-    // Reads a block written by writeByteBlock; *len becomes -1 for a null block.
-    const void* readByteBlock(int32_t* len) const;
-
-    // Binder references carried, in write order (the transport translates them).
-    const std::vector<sp<IBinder>>& objects() const;
-    // Positions in the data where each object's index was written.
-    const std::vector<size_t>& objectPositions() const;
-    // Transport hook: records a binder reference whose index is already in the data at
-    // position.
-    void appendObjectForTransport(const sp<IBinder>& binder, size_t position);
 
 private:
+    // The host transport's access to the carried binder references (host header HostParcel.h).
+    friend class HostParcel;
+
     status_t growData(size_t len);
     static size_t pad(size_t len) { return (len + 3) & ~static_cast<size_t>(3); }
 

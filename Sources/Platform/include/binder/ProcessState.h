@@ -1,6 +1,7 @@
 #ifndef DAB_PLATFORM_BINDER_PROCESSSTATE_H
 #define DAB_PLATFORM_BINDER_PROCESSSTATE_H
 
+#include <utils/Errors.h>
 #include <utils/RefBase.h>
 
 #include <cstddef>
@@ -19,8 +20,8 @@ public:
     // with the process's first socket (addService or getService of another process), more as
     // calls find no free thread; so this only records the intent.
     void startThreadPool();
-    // Any thread; non-blocking. Upper bound of spawned pool threads (default 15).
-    void setThreadPoolMaxThreadCount(size_t maxThreads);
+    // Any thread; non-blocking. Upper bound of spawned pool threads (default 15); NO_ERROR.
+    status_t setThreadPoolMaxThreadCount(size_t maxThreads);
     // Any thread; non-blocking. The process's own context object (service lookup by name).
     sp<IBinder> getContextObject(const sp<IBinder>& caller);
 
