@@ -125,10 +125,11 @@ void HeadUnitProcessTest::startHeadUnit() {
     ASSERT_EQ(0, active.status) << active.err;
 }
 
-HeadUnitProcessTest::Run HeadUnitProcessTest::dabctl(const std::vector<std::string>& args,
-                                                     std::chrono::milliseconds timeout) {
-    const std::string name = "dabctl-" + std::to_string(mRuns++);
-    const pid_t pid = spawn("tools/dabctl/dabctl", args, name);
+HeadUnitProcessTest::Run HeadUnitProcessTest::run(const std::string& program,
+                                                  const std::vector<std::string>& args,
+                                                  std::chrono::milliseconds timeout) {
+    const std::string name = "run-" + std::to_string(mRuns++);
+    const pid_t pid = spawn(program, args, name);
     Run r;
     r.status = waitExit(pid, timeout);
     r.out = readFile(name + ".out");

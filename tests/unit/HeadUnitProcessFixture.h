@@ -37,9 +37,13 @@ protected:
     // Starts the head-unit simulator alone and waits until it answers.
     pid_t startSimulator(const std::string& name = "sim");
 
-    // Runs dabctl to its end (killed after the time-out).
+    // Runs a built program (or dabctl) to its end (killed after the time-out).
+    Run run(const std::string& program, const std::vector<std::string>& args,
+            std::chrono::milliseconds timeout = std::chrono::seconds(20));
     Run dabctl(const std::vector<std::string>& args,
-               std::chrono::milliseconds timeout = std::chrono::seconds(20));
+               std::chrono::milliseconds timeout = std::chrono::seconds(20)) {
+        return run("tools/dabctl/dabctl", args, timeout);
+    }
     // Waits for a started process to end: its exit status, -signal, or -1000 on time-out.
     int waitExit(pid_t pid, std::chrono::milliseconds timeout);
 

@@ -295,43 +295,71 @@ TEST_F(HeadUnitProcessTest, SuspendResumeAndAntennaFaultReachTheHeadUnit) {
     EXPECT_EQ(0, waitExit(watcher, 5s));
     const Run antenna = dabctl({"getAntStatus"});
     EXPECT_EQ("getAntStatus: 0  status=1\n", antenna.out);
+
+    // The simulators' usage errors are usage errors of dabctl; options go anywhere.
+    const Run connect = dabctl({"sim", "connect", "5"});
+    EXPECT_EQ(2, connect.status);
+    EXPECT_EQ("dabctl: connect N must be a number in 0..1 (got \"5\")\n", connect.err);
+    EXPECT_EQ(2, dabctl({"hu", "restart-mm", "soon"}).status);
+    EXPECT_EQ(3, dabctl({"hu", "activate", "fm"}).status);
+    EXPECT_EQ(1, json::parse(dabctl({"getAntStatus", "--json"}).out)["status"]);
 }
 
-TEST_F(HeadUnitProcessTest, DabctlRefusesBadCommandLinesWithStatusTwo) {
+TEST_F(HeadUnitProcessTest, ToolsShareOneCommandLineConvention) {
     struct Case {
+        const char* program;
         std::vector<std::string> args;
-        const char* message;
+        const char* message;  // the start of standard error
     };
-    const Case cases[] = {
-            {{"frobnicate"}, "dabctl: unknown command \"frobnicate\""},
-            {{"recall"}, "dabctl: usage: dabctl recall INDEX"},
-            {{"recall", "1", "2"}, "dabctl: usage: dabctl recall INDEX"},
-            {{"recall", "two"}, "dabctl: recall: index \"two\" is not a number"},
-            {{"presetListRecall", "1", "0x2"}, "dabctl: presetListRecall: index \"0x2\" is not a number"},
-            {{"getBand", "1"}, "dabctl: usage: dabctl getBand"},
-            {{"watch", "--count"}, "dabctl: usage: dabctl watch [--count N] [--seconds S]"},
-            {{"--verbose", "status"}, "dabctl: unknown option \"--verbose\""},
-            {{"hu"}, "dabctl: usage: dabctl hu COMMAND [ARGS...]"},
-            {{}, "usage: dabctl [--json] COMMAND [ARGS...]"},
+    const char* dabctl = "tools/dabctl/dabctl";
+    const Case usage[] = {
+            {dabctl, {"frobnicate"}, "dabctl: unknown command \"frobnicate\"\nusage: dabctl"},
+            {dabctl, {"recall", "1", "2"}, "dabctl: recall takes 1 argument(s)\nusage: dabctl recall INDEX\n"},
+            {dabctl, {"presetListRecall", "1", "0x2"},
+             "dabctl: presetListRecall: index must be a number in -2147483648..2147483647 (got \"0x2\")\n"},
+            {dabctl, {"watch", "--count"}, "dabctl: option --count needs a value N\n"},
+            {dabctl, {"watch", "--seconds=86401"},
+             "dabctl: --seconds must be a number in 0..86400 (got \"86401\")\n"},
+            {dabctl, {"status", "--count", "1"}, "dabctl: --count and --seconds belong to watch\n"},
+            {dabctl, {"status", "--verbose"}, "dabctl: unknown option \"--verbose\"\n"},
+            {dabctl, {"hu"}, "dabctl: a command is missing\nusage: dabctl hu COMMAND"},
+            {dabctl, {}, "usage: dabctl [--json] COMMAND"},
+            {"tools/dabdesk/dabdesk", {"--demo", "x"}, "dabdesk: unexpected argument \"x\"\n"},
+            {"tools/dabreplay/dabreplay", {"--log"}, "dabreplay: SCRIPT is missing\n"},
+            {"tools/headunit_sim/headunit_sim", {"--resume-delay", "-1"},
+             "headunit_sim: --resume-delay must be a number in 0..600000 (got \"-1\")\n"},
     };
-    for (const Case& c : cases) {
-        const Run r = dabctl(c.args);
+    for (const Case& c : usage) {
+        const Run r = run(c.program, c.args);
         EXPECT_EQ(2, r.status) << c.message;
         EXPECT_EQ(0u, r.err.find(c.message)) << r.err;
         EXPECT_TRUE(r.out.empty()) << r.out;
     }
-}
-
-TEST_F(HeadUnitProcessTest, DabctlSaysClearlyWhenNothingRuns) {
-    const Run op = dabctl({"getBand"});
-    EXPECT_EQ(1, op.status);
-    EXPECT_EQ("dabctl: the DAB player service (\"DABPlayer\") is not running\n", op.err);
-    const Run hu = dabctl({"hu", "infobar"});
-    EXPECT_EQ(1, hu.status);
-    EXPECT_EQ("dabctl: the head-unit simulator (\"HeadUnitControl\") is not running\n", hu.err);
-    const Run sim = dabctl({"sim", "status"});
-    EXPECT_EQ(1, sim.status);
-    EXPECT_EQ("dabctl: the simulated tuner control (\"DABSimControl\") is not running\n", sim.err);
+    // --help anywhere, for every tool and command: the form on standard output.
+    const Case help[] = {
+            {dabctl, {"--help"}, "usage: dabctl [--json] COMMAND"},
+            {dabctl, {"watch", "-h"}, "usage: dabctl watch [--count N] [--seconds S]\n"},
+            {dabctl, {"getPresetListItem", "--help"}, "usage: dabctl getPresetListItem BAND INDEX\n"},
+            {"tools/dabdesk/dabdesk", {"--help"}, "usage: dabdesk [--demo]"},
+            {"tools/dabreplay/dabreplay", {"--help"}, "usage: dabreplay [--log] SCRIPT"},
+            {"tools/headunit_sim/headunit_sim", {"--help"}, "usage: headunit_sim"},
+    };
+    for (const Case& c : help) {
+        const Run r = run(c.program, c.args);
+        EXPECT_EQ(0, r.status) << c.message;
+        EXPECT_EQ(0u, r.out.find(c.message)) << r.out;
+    }
+    // Nothing runs: 1, naming the runtime directory looked in.
+    const std::pair<std::vector<std::string>, std::string> absent[] = {
+            {{"getBand"}, "the DAB player service (\"DABPlayer\")"},
+            {{"hu", "infobar"}, "the head-unit simulator (\"HeadUnitControl\")"},
+            {{"sim", "status"}, "the simulated tuner control (\"DABSimControl\")"},
+    };
+    for (const auto& a : absent) {
+        const Run r = run(dabctl, a.first);
+        EXPECT_EQ(1, r.status);
+        EXPECT_EQ("dabctl: " + a.second + " is not running in " + dir() + "\n", r.err);
+    }
 }
 
 TEST_F(HeadUnitProcessTest, DabctlOffersEveryPlayerOperationInInterfaceOrder) {

@@ -261,14 +261,16 @@ TEST_F(HeadUnitSimTest, ConsoleAnswersInTextAndJsonAndRefusesBadCommands) {
     EXPECT_EQ(0, console->run("errors", true, &out));
     EXPECT_EQ(2, json::parse(out)["errors"][0]["value"]);
 
-    EXPECT_EQ(-1, console->run("activate", false, &out));
+    EXPECT_EQ(kCommandUsage, console->run("activate", false, &out));
     EXPECT_EQ("usage: activate SOURCE", out);
-    EXPECT_EQ(-1, console->run("restart-mm soon", false, &out));
-    EXPECT_EQ("usage: restart-mm [MS]", out);
-    EXPECT_EQ(-1, console->run("infobar now", false, &out));
+    EXPECT_EQ(kCommandUsage, console->run("restart-mm soon", false, &out));
+    EXPECT_EQ("usage: restart-mm [MS]: MS must be a number in 0..600000 (got \"soon\")", out);
+    EXPECT_EQ(kCommandUsage, console->run("infobar now", false, &out));
     EXPECT_EQ("wrong arguments for infobar; try help", out);
-    EXPECT_EQ(-1, console->run("reboot", true, &out));
-    EXPECT_EQ(json({{"status", -1}, {"reply", "unknown command \"reboot\"; try help"}}), json::parse(out));
+    EXPECT_EQ(kCommandUsage, console->run("reboot", true, &out));
+    EXPECT_EQ(json({{"status", kCommandUsage}, {"reply", "unknown command \"reboot\"; try help"}}),
+              json::parse(out));
+    EXPECT_EQ(kCommandRefused, console->run("activate fm", false, &out));
 
     EXPECT_EQ(0, quits);
     EXPECT_EQ(0, console->run("quit", false, &out));

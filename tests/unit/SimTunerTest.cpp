@@ -4,6 +4,8 @@
 #include "dabsim/SimScenario.h"
 #include "dabsim/SimWorld.h"
 
+#include <headunit/HeadUnitNames.h>
+
 #include <dablib/DABLibIF.h>
 #include <gtest/gtest.h>
 
@@ -844,15 +846,16 @@ TEST_F(SimTunerTest, TextControlsReachTheActiveTuner) {
     ASSERT_TRUE(mRec.waitForId(m, DAB_NOTIFY_ANT_STATUS));
     EXPECT_EQ(0, SimControl::execute("status", &reply));
     EXPECT_EQ("band=1 preset=1 block=14 mode=5 antenna=5 error=0 signal=6", reply);
-    EXPECT_EQ(-1, SimControl::execute("antenna x", &reply));
-    EXPECT_EQ("usage: antenna N", reply);
-    EXPECT_EQ(-1, SimControl::execute("error 7", &reply));
-    EXPECT_EQ(-1, SimControl::execute("explode", &reply));
-    EXPECT_EQ("unknown command \"explode\"", reply);
+    EXPECT_EQ(headunit::kCommandUsage, SimControl::execute("antenna x", &reply));
+    EXPECT_EQ("antenna N must be a number in 1..5 (got \"x\")", reply);
+    EXPECT_EQ(headunit::kCommandUsage, SimControl::execute("error 3", &reply));
+    EXPECT_EQ(0, SimControl::execute("error 2", &reply));
+    EXPECT_EQ(headunit::kCommandUsage, SimControl::execute("explode", &reply));
+    EXPECT_EQ("unknown command \"explode\"; try help", reply);
 
     mTuner->finalize();
     EXPECT_EQ(nullptr, SimTuner::active().get());
-    EXPECT_EQ(-1, SimControl::execute("antenna 1", &reply));
+    EXPECT_EQ(headunit::kCommandRefused, SimControl::execute("antenna 1", &reply));
     EXPECT_EQ("no simulated tuner is running", reply);
 }
 

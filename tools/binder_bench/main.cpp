@@ -22,6 +22,8 @@
 // --binder-peer, --fanout-raw-client and --fanout-binder-client).
 #include <benchmark/benchmark.h>
 
+#include "ToolArgs.h"
+
 #include <binder/Binder.h>
 #include <binder/IPCThreadState.h>
 #include <binder/IServiceManager.h>
@@ -658,39 +660,66 @@ int main(int argc, char** argv) {
     char exe[PATH_MAX];
     const ssize_t n = readlink("/proc/self/exe", exe, sizeof(exe) - 1);
     gSelf = n > 0 ? std::string(exe, static_cast<size_t>(n)) : argv[0];
-    if (argc >= 3 && strcmp(argv[1], "--raw-peer") == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        return runRawPeer(atoi(argv[2]));
+    // Google Benchmark's own options pass through; the rest follow the tools' convention.
+    std::vector<char*> benchmarkArgs = {argv[0]};
+    std::vector<const char*> ownArgs = {argv[0]};
+    for (int i = 1; i < argc; ++i) {
+        if (strncmp(argv[i], "--benchmark_", 12) == 0) {
+            benchmarkArgs.push_back(argv[i]);
+        } else {
+            ownArgs.push_back(argv[i]);
+        }
     }
-    if (argc >= 2 && strcmp(argv[1], "--binder-peer") == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        return runBinderPeer();
-    }
-    if (argc >= 3 && strcmp(argv[1], "--fanout-raw-client") == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        return runFanoutRawClient(atoi(argv[2]));
-    }
-    if (argc >= 3 && strcmp(argv[1], "--fanout-binder-client") == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        return runFanoutBinderClient(atoi(argv[2]));
-    }
+    static const char kUsage[] =
+            "usage: binder_bench [--idle-seconds S] [--fanout-rounds N] [--fanout-notifications N]\n"
+            "                    [--fanout-raw-notifications N] [--benchmark_...]";
+    ToolArgs args("binder_bench");
+    std::string error;
     int idleSeconds = 10;
     int fanoutRounds = 2000;
     int fanoutNotifications = 100000;
     int fanoutRawNotifications = 20000;
-    std::vector<char*> args;
-    for (int i = 0; i < argc; ++i) {
-        if (strncmp(argv[i], "--idle-seconds=", 15) == 0) {
-            idleSeconds = atoi(argv[i] + 15);
-        } else if (strncmp(argv[i], "--fanout-rounds=", 16) == 0) {
-            fanoutRounds = atoi(argv[i] + 16);
-        } else if (strncmp(argv[i], "--fanout-notifications=", 23) == 0) {
-            fanoutNotifications = atoi(argv[i] + 23);
-        } else if (strncmp(argv[i], "--fanout-raw-notifications=", 27) == 0) {
-            fanoutRawNotifications = atoi(argv[i] + 27);
-        } else {
-            args.push_back(argv[i]);
-        }
+    int peer = -1;
+    if (!args.parse(static_cast<int>(ownArgs.size()), ownArgs.data(),
+                    {{"--idle-seconds", "S"},
+                     {"--fanout-rounds", "N"},
+                     {"--fanout-notifications", "N"},
+                     {"--fanout-raw-notifications", "N"},
+                     {"--raw-peer", "FD"},
+                     {"--binder-peer", nullptr},
+                     {"--fanout-raw-client", "FD"},
+                     {"--fanout-binder-client", "FD"}},
+                    &error) ||
+        !args.intOption("--idle-seconds", 0, 3600, &idleSeconds, &error) ||
+        !args.intOption("--fanout-rounds", 1, 1000000, &fanoutRounds, &error) ||
+        !args.intOption("--fanout-notifications", 1, 10000000, &fanoutNotifications, &error) ||
+        !args.intOption("--fanout-raw-notifications", 1, 10000000, &fanoutRawNotifications,
+                        &error) ||
+        !args.intOption("--raw-peer", 0, 1 << 20, &peer, &error) ||
+        !args.intOption("--fanout-raw-client", 0, 1 << 20, &peer, &error) ||
+        !args.intOption("--fanout-binder-client", 0, 1 << 20, &peer, &error)) {
+        return args.usageError(error, kUsage);
+    }
+    if (args.help()) return ToolArgs::printHelp(kUsage);
+    if (!args.positional().empty()) {
+        return args.usageError("unexpected argument \"" + args.positional()[0] + "\"", kUsage);
+    }
+    // The peers are this program started again by the benchmarks; they die with it.
+    if (args.has("--raw-peer")) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        return runRawPeer(peer);
+    }
+    if (args.has("--binder-peer")) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        return runBinderPeer();
+    }
+    if (args.has("--fanout-raw-client")) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        return runFanoutRawClient(peer);
+    }
+    if (args.has("--fanout-binder-client")) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        return runFanoutBinderClient(peer);
     }
     char pattern[] = "/tmp/binder-bench-XXXXXX";
     if (mkdtemp(pattern) == nullptr) return 1;
@@ -698,8 +727,8 @@ int main(int argc, char** argv) {
     setenv("DAB_BINDER_DIR", pattern, 1);
     ProcessState::self()->startThreadPool();
 
-    int count = static_cast<int>(args.size());
-    benchmark::Initialize(&count, args.data());
+    int count = static_cast<int>(benchmarkArgs.size());
+    benchmark::Initialize(&count, benchmarkArgs.data());
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
     const bool fanoutOk = fanoutCheck(fanoutRounds, fanoutNotifications, fanoutRawNotifications);

@@ -15,7 +15,7 @@ public:
     };
 
     // Any thread; blocks until the command has run (a lookup does not wait for a service
-    // that is starting). The command's status (0 done, -1 refused), or one of the values
+    // that is starting). The command's status (headunit::kCommand*), or one of the values
     // above; *output holds the answer.
     static int execute(const char* service, const std::string& line, bool json,
                        std::string* output);

@@ -1,5 +1,7 @@
 #include "PlayerConnection.h"
 
+#include "ToolArgs.h"
+
 #include <binder/IServiceManager.h>
 #include <binder/ProcessState.h>
 
@@ -20,7 +22,7 @@ int PlayerConnection::connect(std::string* error) {
     ProcessState::self()->startThreadPool();
     sp<IBinder> binder = defaultServiceManager()->getService(String16(kServiceName));
     if (binder == nullptr) {
-        *error = "the DAB player service (\"DABPlayer\") is not running";
+        *error = ToolArgs::notRunning("the DAB player service", kServiceName);
         return NO_SERVICE;
     }
     binder->linkToDeath(sp<IBinder::DeathRecipient>(this));

@@ -7,6 +7,7 @@
 #include "PlayerConnection.h"
 #include "PlayerOperations.h"
 #include "RadioSnapshot.h"
+#include "ToolArgs.h"
 
 #include <headunit/HeadUnitNames.h>
 #include <nlohmann/json.hpp>
@@ -17,7 +18,6 @@
 
 #include <atomic>
 #include <cctype>
-#include <cerrno>
 #include <chrono>
 #include <climits>
 #include <cstdio>
@@ -35,12 +35,10 @@ using json = nlohmann::ordered_json;
 
 namespace {
 
-enum ExitCode {
-    kExitOk = 0,
-    kExitNoService = 1,
-    kExitUsage = 2,
-    kExitRefused = 3,
-};
+constexpr int kExitOk = ToolArgs::kExitOk;
+constexpr int kExitNoService = ToolArgs::kExitNotRunning;
+constexpr int kExitUsage = ToolArgs::kExitUsage;
+constexpr int kExitRefused = 3;  // the head-unit simulator or the simulated tuner said no
 
 constexpr int kDefaultWaitActiveSeconds = 10;
 constexpr auto kPollInterval = std::chrono::milliseconds(100);
@@ -48,7 +46,7 @@ constexpr auto kPollInterval = std::chrono::milliseconds(100);
 bool gJson = false;  // main thread sets it before any other thread runs
 
 const char kUsage[] =
-        "usage: dabctl [--json] COMMAND [ARGS...]\n"
+        "usage: dabctl [--json] COMMAND [ARGS...]   (options may come anywhere)\n"
         "\n"
         "Commands:\n"
         "  status                        one-screen snapshot of the radio\n"
@@ -67,37 +65,20 @@ const char kUsage[] =
         "  OPERATION [ARGS...]           call one player operation, for example manualUp,\n"
         "                                recall 2, getServiceLabel, getPresetListItem 1 0\n"
         "\n"
-        "--json prints one JSON object per line.\n"
+        "--json prints one JSON object per line; COMMAND --help shows one command's form.\n"
         "Exit status: 0 done (an operation's own result is printed), 1 service not running or\n"
         "lost, 2 usage, 3 refused by the head-unit simulator or the simulated tuner.\n";
 
-// The whole command list for a command line that names nothing known; one line for a known
-// command used wrongly.
-int usage(const std::string& problem, bool full = false) {
-    if (!problem.empty()) fprintf(stderr, "dabctl: %s\n", problem.c_str());
-    if (full || problem.empty()) {
-        fputs(kUsage, stderr);
-    } else {
-        fputs("(dabctl help lists every command)\n", stderr);
-    }
-    return kExitUsage;
-}
+ToolArgs gArgs("dabctl");  // main thread only
 
-// A decimal int with an optional sign; false for anything else.
-bool parseInt(const char* text, int* out) {
-    if (text == nullptr || *text == '\0') return false;
-    errno = 0;
-    char* end = nullptr;
-    const long v = strtol(text, &end, 10);
-    if (errno != 0 || *end != '\0' || v < INT_MIN || v > INT_MAX || end == text) return false;
-    // strtol also skips leading blanks; a value is digits only.
-    const char* p = text;
-    if (*p == '-' || *p == '+') ++p;
-    for (; *p != '\0'; ++p) {
-        if (*p < '0' || *p > '9') return false;
+// The whole command list for a command line that names nothing known; the command's form for
+// a known command used wrongly.
+int usage(const std::string& problem, bool full = false) {
+    if (problem.empty()) {
+        fputs(kUsage, stderr);
+        return kExitUsage;
     }
-    *out = static_cast<int>(v);
-    return true;
+    return gArgs.usageError(problem, full ? kUsage : "(dabctl --help lists every command)");
 }
 
 std::string dump(const json& j) { return j.dump(-1, ' ', false, json::error_handler_t::replace); }
@@ -164,21 +145,28 @@ void addOutputJson(json* j, const OpOutput& o) {
     }
 }
 
+std::string operationForm(const PlayerOperation& op) {
+    std::string form = std::string("usage: dabctl ") + op.name;
+    for (const char* a : op.args) {
+        form += " ";
+        for (const char* c = a; *c != '\0'; ++c) form += static_cast<char>(toupper(*c));
+    }
+    return form;
+}
+
 int runOperation(const PlayerOperation& op, const std::vector<std::string>& args) {
+    const std::string form = operationForm(op);
     if (args.size() != op.args.size()) {
-        std::string form = std::string("usage: dabctl ") + op.name;
-        for (const char* a : op.args) {
-            form += " ";
-            for (const char* c = a; *c != '\0'; ++c) form += static_cast<char>(toupper(*c));
-        }
-        return usage(form);
+        return gArgs.usageError(std::string(op.name) + " takes " + std::to_string(op.args.size()) +
+                                        " argument(s)", form);
     }
     std::vector<int> values;
+    std::string error;
     for (size_t i = 0; i < args.size(); ++i) {
         int v = 0;
-        if (!parseInt(args[i].c_str(), &v)) {
-            return usage(std::string(op.name) + ": " + op.args[i] + " \"" + args[i] +
-                         "\" is not a number");
+        if (!ToolArgs::parseInt(args[i], INT_MIN, INT_MAX, std::string(op.name) + ": " + op.args[i],
+                                &v, &error)) {
+            return gArgs.usageError(error, form);
         }
         values.push_back(v);
     }
@@ -203,8 +191,17 @@ int runOperation(const PlayerOperation& op, const std::vector<std::string>& args
     return kExitOk;
 }
 
+constexpr const char kStatusForm[] = "usage: dabctl status";
+constexpr const char kWatchForm[] = "usage: dabctl watch [--count N] [--seconds S]";
+constexpr const char kWaitActiveForm[] = "usage: dabctl wait-active [SECONDS]";
+constexpr const char kOpsForm[] = "usage: dabctl ops";
+constexpr const char kHuForm[] =
+        "usage: dabctl hu COMMAND [ARGS...]   (dabctl hu help lists the commands)";
+constexpr const char kSimForm[] =
+        "usage: dabctl sim COMMAND [ARGS...]   (dabctl sim help lists the commands)";
+
 int runStatus(const std::vector<std::string>& args) {
-    if (!args.empty()) return usage("usage: dabctl status");
+    if (!args.empty()) return gArgs.usageError("status takes no arguments", kStatusForm);
     int exitCode = kExitOk;
     sp<PlayerConnection> connection = connectOrExplain(&exitCode);
     if (connection == nullptr) return exitCode;
@@ -236,13 +233,11 @@ void printNotification(const Notification& n) {
 int runWatch(const std::vector<std::string>& args) {
     int count = -1;
     int seconds = -1;
-    for (size_t i = 0; i < args.size(); ++i) {
-        int* target = args[i] == "--count" ? &count : args[i] == "--seconds" ? &seconds : nullptr;
-        if (target == nullptr || i + 1 >= args.size() || !parseInt(args[i + 1].c_str(), target) ||
-            *target < 0) {
-            return usage("usage: dabctl watch [--count N] [--seconds S]");
-        }
-        ++i;
+    std::string error;
+    if (!args.empty()) return gArgs.usageError("watch takes only options", kWatchForm);
+    if (!gArgs.intOption("--count", 0, 1000000, &count, &error) ||
+        !gArgs.intOption("--seconds", 0, 86400, &seconds, &error)) {
+        return gArgs.usageError(error, kWatchForm);
     }
     // The signals reach only the wait below; every thread started later inherits the mask.
     sigset_t stopSignals;
@@ -281,8 +276,10 @@ int runWatch(const std::vector<std::string>& args) {
 
 int runWaitActive(const std::vector<std::string>& args) {
     int seconds = kDefaultWaitActiveSeconds;
-    if (args.size() > 1 || (args.size() == 1 && (!parseInt(args[0].c_str(), &seconds) || seconds < 0))) {
-        return usage("usage: dabctl wait-active [SECONDS]");
+    std::string error;
+    if (args.size() > 1) return gArgs.usageError("wait-active takes one argument", kWaitActiveForm);
+    if (args.size() == 1 && !ToolArgs::parseInt(args[0], 0, 3600, "SECONDS", &seconds, &error)) {
+        return gArgs.usageError(error, kWaitActiveForm);
     }
     int exitCode = kExitOk;
     sp<PlayerConnection> connection = connectOrExplain(&exitCode);
@@ -304,7 +301,7 @@ int runWaitActive(const std::vector<std::string>& args) {
 }
 
 int runOps(const std::vector<std::string>& args) {
-    if (!args.empty()) return usage("usage: dabctl ops");
+    if (!args.empty()) return gArgs.usageError("ops takes no arguments", kOpsForm);
     int n = 0;
     for (const PlayerOperation& op : playerOperations()) {
         ++n;
@@ -321,17 +318,15 @@ int runOps(const std::vector<std::string>& args) {
     return kExitOk;
 }
 
-int runControl(const char* service, const char* what, const char* subcommand,
+int runControl(const char* service, const char* what, const char* form,
                const std::vector<std::string>& args) {
-    if (args.empty()) {
-        return usage(std::string("usage: dabctl ") + subcommand + " COMMAND [ARGS...]");
-    }
+    if (args.empty()) return gArgs.usageError("a command is missing", form);
     std::string line;
     for (const std::string& a : args) line += (line.empty() ? "" : " ") + a;
     std::string output;
     const int status = ControlClient::execute(service, line, gJson, &output);
     if (status == ControlClient::NOT_RUNNING) {
-        fprintf(stderr, "dabctl: %s (\"%s\") is not running\n", what, service);
+        fprintf(stderr, "dabctl: %s\n", ToolArgs::notRunning(what, service).c_str());
         return kExitNoService;
     }
     if (status == ControlClient::LOST) {
@@ -345,47 +340,65 @@ int runControl(const char* service, const char* what, const char* subcommand,
             printLine(output);
         }
     }
+    if (status == headunit::kCommandUsage) return kExitUsage;
     return status == 0 ? kExitOk : kExitRefused;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    int i = 1;
-    for (; i < argc && argv[i][0] == '-' && argv[i][1] == '-'; ++i) {
-        if (strcmp(argv[i], "--json") == 0) {
-            gJson = true;
-        } else if (strcmp(argv[i], "--help") == 0) {
-            fputs(kUsage, stdout);
-            return kExitOk;
-        } else {
-            return usage(std::string("unknown option \"") + argv[i] + "\"", true);
-        }
+    ToolArgs& args = gArgs;
+    std::string error;
+    if (!args.parse(argc, argv,
+                    {{"--json", nullptr}, {"--count", "N"}, {"--seconds", "S"}}, &error)) {
+        return usage(error);
     }
-    if (i >= argc) return usage("");
-    const std::string command = argv[i];
-    const std::vector<std::string> args(argv + i + 1, argv + argc);
+    gJson = args.has("--json");
+    const std::vector<std::string>& words = args.positional();
+    if (words.empty()) return args.help() ? ToolArgs::printHelp(kUsage) : usage("", true);
+    const std::string command = words[0];
+    const std::vector<std::string> rest(words.begin() + 1, words.end());
+    if (command != "watch" && (args.has("--count") || args.has("--seconds"))) {
+        return usage("--count and --seconds belong to watch");
+    }
+
+    // "COMMAND --help" shows the command's form; for hu and sim, their own command list.
+    const PlayerOperation* op = findOperation(command);
+    const char* form = command == "status" ? kStatusForm
+                       : command == "watch" ? kWatchForm
+                       : command == "wait-active" ? kWaitActiveForm
+                       : command == "ops" ? kOpsForm
+                       : command == "hu" ? kHuForm
+                       : command == "sim" ? kSimForm
+                       : command == "help" ? kUsage
+                       : nullptr;
+    if (form == nullptr && op == nullptr) {
+        return usage("unknown command \"" + command + "\"", true);
+    }
+    const bool forwardHelp = (command == "hu" || command == "sim") && args.help();
+    if (args.help() && !forwardHelp) {
+        return ToolArgs::printHelp(form != nullptr ? std::string(form) : operationForm(*op));
+    }
 
     int code = kExitUsage;
     if (command == "status") {
-        code = runStatus(args);
+        code = runStatus(rest);
     } else if (command == "watch") {
-        code = runWatch(args);
+        code = runWatch(rest);
     } else if (command == "wait-active") {
-        code = runWaitActive(args);
+        code = runWaitActive(rest);
     } else if (command == "ops") {
-        code = runOps(args);
+        code = runOps(rest);
     } else if (command == "help") {
-        fputs(kUsage, stdout);
-        code = kExitOk;
-    } else if (command == "hu") {
-        code = runControl(headunit::kControlService, "the head-unit simulator", "hu", args);
-    } else if (command == "sim") {
-        code = runControl(headunit::kSimControlService, "the simulated tuner control", "sim", args);
-    } else if (const PlayerOperation* op = findOperation(command)) {
-        code = runOperation(*op, args);
+        code = ToolArgs::printHelp(kUsage);
+    } else if (command == "hu" || command == "sim") {
+        const std::vector<std::string> line = forwardHelp ? std::vector<std::string>{"help"} : rest;
+        code = command == "hu"
+                       ? runControl(headunit::kControlService, "the head-unit simulator", kHuForm, line)
+                       : runControl(headunit::kSimControlService, "the simulated tuner control",
+                                    kSimForm, line);
     } else {
-        code = usage("unknown command \"" + command + "\"", true);
+        code = runOperation(*op, rest);
     }
     fflush(stdout);
     fflush(stderr);

@@ -1,5 +1,7 @@
 #include "DeskCommands.h"
 
+#include "ToolArgs.h"
+
 #include "ControlClient.h"
 #include "DABServerDefs.h"
 #include "PlayerOperations.h"
@@ -8,7 +10,6 @@
 #include <headunit/HeadUnitNames.h>
 
 #include <cctype>
-#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <sstream>
@@ -34,15 +35,8 @@ std::vector<std::string> splitWords(const std::string& line) {
 }
 
 bool parseNumber(const std::string& text, int* out) {
-    if (text.empty()) return false;
-    for (size_t i = 0; i < text.size(); ++i) {
-        if (!isdigit(static_cast<unsigned char>(text[i])) && !(i == 0 && text[i] == '-')) return false;
-    }
-    errno = 0;
-    const long v = strtol(text.c_str(), nullptr, 10);
-    if (errno != 0 || v < INT_MIN || v > INT_MAX) return false;
-    *out = static_cast<int>(v);
-    return true;
+    std::string unused;  // the command's own usage line says what is wrong
+    return ToolArgs::parseInt(text, INT_MIN, INT_MAX, "N", out, &unused);
 }
 
 DeskCommands::Result done(const std::string& what, int result) {
@@ -124,11 +118,15 @@ DeskCommands::Result DeskCommands::run(const std::string& line) {
                 verb == "hu" ? headunit::kControlService : headunit::kSimControlService, rest,
                 false, &output);
         if (status == dabclient::ControlClient::NOT_RUNNING) {
-            return {-1, verb == "hu" ? "the head-unit simulator is not running"
-                                     : "the simulated tuner control is not running",
+            return {-1,
+                    verb == "hu" ? ToolArgs::notRunning("the head-unit simulator",
+                                                        headunit::kControlService)
+                                 : ToolArgs::notRunning("the simulated tuner control",
+                                                        headunit::kSimControlService),
                     false};
         }
         if (status == dabclient::ControlClient::LOST) return {-1, verb + ": connection lost", false};
+        if (status == headunit::kCommandUsage) return {2, output, false};
         return {status == 0 ? 0 : -1, output, false};
     }
     return {2, "unknown command \"" + verb + "\"; type help", false};

@@ -13,6 +13,7 @@
 #include "NotificationLog.h"
 #include "PlayerConnection.h"
 #include "Terminal.h"
+#include "ToolArgs.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -54,9 +55,8 @@ void onResize(int) {
     }
 }
 
-int usage() {
-    fprintf(stderr, "usage: dabdesk [--demo]\n\nCommands:\n%s\n", DeskCommands::helpText());
-    return 2;
+std::string usageText() {
+    return std::string("usage: dabdesk [--demo]\n\nCommands:\n") + DeskCommands::helpText();
 }
 
 sp<dabclient::PlayerConnection> connectWithin(std::chrono::seconds timeout) {
@@ -153,14 +153,16 @@ int runTerminal(Terminal& terminal, DeskCommands& commands, const sp<IDABPlayer>
 }  // namespace
 
 int main(int argc, char** argv) {
-    bool demo = false;
-    for (int i = 1; i < argc; ++i) {
-        if (strcmp(argv[i], "--demo") == 0) {
-            demo = true;
-        } else {
-            return usage();
-        }
+    ToolArgs args("dabdesk");
+    std::string error;
+    if (!args.parse(argc, argv, {{"--demo", nullptr}}, &error)) {
+        return args.usageError(error, usageText());
     }
+    if (args.help()) return ToolArgs::printHelp(usageText());
+    if (!args.positional().empty()) {
+        return args.usageError("unexpected argument \"" + args.positional()[0] + "\"", usageText());
+    }
+    const bool demo = args.has("--demo");
     if (pipe2(gSignalPipe, O_CLOEXEC | O_NONBLOCK) != 0) return 1;
     struct sigaction stop = {};
     stop.sa_handler = onStopSignal;

@@ -2,6 +2,7 @@
 // everything the outside world can observe.
 #include "ReplayRunner.h"
 #include "ReplayScript.h"
+#include "ToolArgs.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -35,24 +36,19 @@ static void removeDir(const std::string& dir) {
     rmdir(dir.c_str());
 }
 
-static int usage() {
-    fprintf(stderr, "usage: dabreplay [--log] SCRIPT   (SCRIPT - reads standard input)\n");
-    return REPLAY_SCRIPT_ERROR;
-}
+static const char kUsage[] = "usage: dabreplay [--log] SCRIPT   (SCRIPT - reads standard input)";
 
 int main(int argc, char** argv) {
-    bool withLog = false;
-    const char* path = nullptr;
-    for (int i = 1; i < argc; ++i) {
-        if (strcmp(argv[i], "--log") == 0) {
-            withLog = true;
-        } else if (path == nullptr) {
-            path = argv[i];
-        } else {
-            return usage();
-        }
+    ToolArgs args("dabreplay");
+    std::string error;
+    if (!args.parse(argc, argv, {{"--log", nullptr}}, &error)) return args.usageError(error, kUsage);
+    if (args.help()) return ToolArgs::printHelp(kUsage);
+    if (args.positional().size() != 1) {
+        return args.usageError(args.positional().empty() ? "SCRIPT is missing" : "one SCRIPT only",
+                               kUsage);
     }
-    if (path == nullptr) return usage();
+    const bool withLog = args.has("--log");
+    const char* path = args.positional()[0].c_str();
 
     std::stringstream text;
     if (strcmp(path, "-") == 0) {
@@ -67,7 +63,6 @@ int main(int argc, char** argv) {
     }
 
     std::vector<ReplayStep> steps;
-    std::string error;
     if (!parseReplayScript(text.str(), &steps, &error) || !checkReplaySteps(steps, &error)) {
         fprintf(stderr, "%s:%s\n", path, error.c_str());
         return REPLAY_SCRIPT_ERROR;

@@ -1,12 +1,11 @@
 #include "HeadUnitConsole.h"
 
 #include <headunit/HeadUnitNames.h>
+#include <headunit/NumberArg.h>
 #include <mediamanager/MediaInfoParcel.h>
 #include <nlohmann/json.hpp>
 
-#include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <sstream>
 
 using namespace android;
@@ -41,15 +40,8 @@ std::vector<std::string> words(const std::string& line) {
     return out;
 }
 
-// A non-negative decimal number; false for anything else.
-bool parseCount(const std::string& text, long* out) {
-    if (text.empty() || text.size() > 9) return false;
-    for (char c : text) {
-        if (c < '0' || c > '9') return false;
-    }
-    *out = strtol(text.c_str(), nullptr, 10);
-    return true;
-}
+constexpr int kMaxDowntimeMs = 600000;
+constexpr int kMaxRecords = 100000;
 
 std::string dump(const json& j) {
     return j.dump(-1, ' ', false, json::error_handler_t::replace);
@@ -113,7 +105,7 @@ int HeadUnitConsole::run(const std::string& line, bool asJson, std::string* outp
     int status = 0;
     json j = json::object();
     auto usage = [&](const std::string& text) {
-        status = -1;
+        status = headunit::kCommandUsage;
         message = "usage: " + text;
     };
     const std::string verb = w.empty() ? "" : w[0];
@@ -137,20 +129,21 @@ int HeadUnitConsole::run(const std::string& line, bool asJson, std::string* outp
     } else if (verb == "activate" || verb == "deactivate" || verb == "request-info") {
         usage(verb + " SOURCE");
     } else if (verb == "restart-mm" && args <= 1) {
-        long downtime = 0;
-        if (args == 1 && !parseCount(w[1], &downtime)) {
-            usage("restart-mm [MS]");
+        int downtime = 0;
+        if (args == 1 && !headunit::NumberArg::parse(w[1], 0, kMaxDowntimeMs, "MS", &downtime,
+                                                     &message)) {
+            usage("restart-mm [MS]: " + message);
         } else {
-            status = mMediaManager->restart(static_cast<int>(downtime), &message);
+            status = mMediaManager->restart(downtime, &message);
         }
     } else if (verb == "suspend" && args == 0) {
         status = mSysCtrl->suspendAll(&message);
     } else if (verb == "resume" && args == 0) {
         status = mSysCtrl->resumeAll(&message);
     } else if (verb == "records" && args <= 1) {
-        long n = kDefaultRecords;
-        if (args == 1 && !parseCount(w[1], &n)) {
-            usage("records [N]");
+        int n = static_cast<int>(kDefaultRecords);
+        if (args == 1 && !headunit::NumberArg::parse(w[1], 0, kMaxRecords, "N", &n, &message)) {
+            usage("records [N]: " + message);
         } else if (asJson) {
             json list = json::array();
             for (const auto& r : mMediaManager->records(static_cast<size_t>(n))) {
@@ -234,7 +227,7 @@ int HeadUnitConsole::run(const std::string& line, bool asJson, std::string* outp
                            verb == "resume" || verb == "records" || verb == "sources" ||
                            verb == "infobar" || verb == "power" || verb == "errors" ||
                            verb == "mediadata" || verb == "status" || verb == "quit";
-        status = -1;
+        status = headunit::kCommandUsage;
         message = known ? "wrong arguments for " + verb + "; try help"
                         : "unknown command \"" + verb + "\"; try help";
     }

@@ -12,6 +12,7 @@
 #include "SimSysCtrl.h"
 
 #include "BinderRuntime.h"
+#include "ToolArgs.h"
 
 #include <binder/IServiceManager.h>
 #include <binder/ProcessState.h>
@@ -37,11 +38,12 @@ constexpr int kDefaultResumeDelayMs = 200;
 // The quit command ends the process this long after it answered.
 constexpr int kQuitDelayMs = 100;
 
-int usage() {
-    fprintf(stderr, "usage: headunit_sim [--resume-delay MS] [--no-auto-resume]\n\n"
-                    "Commands on standard input (also: dabctl hu COMMAND):\n%s\n",
-            HeadUnitConsole::helpText());
-    return 2;
+constexpr int kMaxResumeDelayMs = 600000;
+
+std::string usageText() {
+    return std::string("usage: headunit_sim [--resume-delay MS] [--no-auto-resume]\n\n"
+                       "Commands on standard input (also: dabctl hu COMMAND):\n") +
+           HeadUnitConsole::helpText();
 }
 
 // Reads commands until the end of standard input; the simulator keeps serving after it.
@@ -68,18 +70,17 @@ void readCommands(const sp<HeadUnitConsole>& console) {
 
 int main(int argc, char** argv) {
     int resumeDelayMs = kDefaultResumeDelayMs;
-    for (int i = 1; i < argc; ++i) {
-        if (strcmp(argv[i], "--no-auto-resume") == 0) {
-            resumeDelayMs = -1;
-        } else if (strcmp(argv[i], "--resume-delay") == 0 && i + 1 < argc) {
-            char* end = nullptr;
-            const long v = strtol(argv[++i], &end, 10);
-            if (end == argv[i] || *end != '\0' || v < 0 || v > 600000) return usage();
-            resumeDelayMs = static_cast<int>(v);
-        } else {
-            return usage();
-        }
+    ToolArgs args("headunit_sim");
+    std::string error;
+    if (!args.parse(argc, argv, {{"--resume-delay", "MS"}, {"--no-auto-resume", nullptr}}, &error) ||
+        !args.intOption("--resume-delay", 0, kMaxResumeDelayMs, &resumeDelayMs, &error)) {
+        return args.usageError(error, usageText());
     }
+    if (args.help()) return ToolArgs::printHelp(usageText());
+    if (!args.positional().empty()) {
+        return args.usageError("unexpected argument \"" + args.positional()[0] + "\"", usageText());
+    }
+    if (args.has("--no-auto-resume")) resumeDelayMs = -1;
 
     // Every thread inherits the mask: the signals reach only the sigwait below.
     sigset_t stopSignals;

@@ -24,6 +24,11 @@ constexpr int kLogTagId = 0;
 // ICommandChannel::execute flags.
 constexpr int kCommandJson = 1;  // answer with one JSON object instead of text
 
+// ICommandChannel::execute statuses besides the transport's negative ones.
+constexpr int kCommandDone = 0;
+constexpr int kCommandRefused = -1;  // well-formed, but the simulator said no
+constexpr int kCommandUsage = 2;     // unknown command, wrong arguments, number out of range
+
 }  // namespace headunit
 
 #endif  // DAB_HOST_HEADUNIT_HEADUNITNAMES_H

@@ -15,8 +15,8 @@ public:
 
     enum { EXECUTE = android::IBinder::FIRST_CALL_TRANSACTION };
 
-    // Any thread; blocks until the command has run. 0 done, -1 refused (the output says why);
-    // a negative transport status when the call did not get through. flags: kCommandJson for
+    // Any thread; blocks until the command has run. 0 done, -1 refused, 2 a usage error (the
+    // output says why: kCommand* in HeadUnitNames.h); a negative transport status when the call did not get through. flags: kCommandJson for
     // one JSON object as output.
     virtual int execute(const android::String8& line, int flags, android::String8* output) = 0;
 };
