@@ -9,6 +9,7 @@
 #include <string.h>
 
 #include <string>
+#include <vector>
 
 using namespace android;
 
@@ -62,6 +63,44 @@ TEST_F(QueriesTest, GatedQueriesAndCommandsRefuseWhileInactiveWithoutWriting) {
     mTuner->setGetter("getLogicMode", 25);
     EXPECT_EQ(0, mService->getLogicMode(&v));
     EXPECT_EQ(28, v);
+}
+
+TEST_F(QueriesTest, EveryGetterWritesItsEntryLine) {
+    activeService();
+    mLog->clear();
+    int v = 0;
+    int code = 0;
+    int length = 0;
+    char text[256] = {};
+    int (DABPlayerService::*intQueries[])(int*) = {
+            &DABPlayerService::getBand,         &DABPlayerService::getPresetNum,
+            &DABPlayerService::getFrequence,    &DABPlayerService::getSignalLevel,
+            &DABPlayerService::getFmLink,       &DABPlayerService::getBitPerSecond,
+            &DABPlayerService::getPtyType,      &DABPlayerService::getCompTotal,
+            &DABPlayerService::getCompNum,      &DABPlayerService::getPlaybackStatus,
+            &DABPlayerService::getTotalTime,    &DABPlayerService::getCacheTime,
+            &DABPlayerService::getPauseTime,    &DABPlayerService::getLogicMode,
+            &DABPlayerService::getError,        &DABPlayerService::getRealError,
+            &DABPlayerService::getNm,           &DABPlayerService::getDisplayFormat,
+            &DABPlayerService::getAntStatus};
+    for (auto query : intQueries) (mService.get()->*query)(&v);
+    mService->getFreqString(text);
+    mService->getBlockId(text);
+    mService->getEnsembleLabel(text, &code);
+    mService->getCompLabel(text, &code);
+    mService->getDynamicText(text, &code, &length);
+    const char* expected[] = {
+            "in getBand",         "in getPresetNum",   "in getFrequence",  "in getSignalLevel",
+            "in getFmLink",       "in getBitPerSecond", "in getPtyType",    "in getCompTotal",
+            "in getCompNum",      "in getPlaybackStatus", "in getTotalTime", "in getCacheTime",
+            "in getPauseTime",    "in getLogicMode",    "in getError",      "in getRealError",
+            "in getNm",           "in getDisplayFormat", "in getAntStatus",  "in getFreqString",
+            "in getBlockId",      "in getEnsembleLabel", "in getCompLabel",  "in getDynamicText"};
+    std::vector<std::string> entries;
+    for (const std::string& m : mLog->messages("DABPlayer")) {
+        if (m.compare(0, 6, "in get") == 0 && m.find(' ', 3) == std::string::npos) entries.push_back(m);
+    }
+    EXPECT_EQ(std::vector<std::string>(std::begin(expected), std::end(expected)), entries);
 }
 
 TEST_F(QueriesTest, LibraryValuesAreWrittenAndStoredBeforeTheRangeTest) {

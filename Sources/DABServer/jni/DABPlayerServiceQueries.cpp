@@ -41,14 +41,14 @@ bool refusedNull(const void* p, const char* operation) {
 }  // namespace
 
 int DABPlayerService::getBand(int* band) {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getBand");
+    DAB_LOGD(DAB_TAG_PLAYER, "in getBand");
     if (refusedInactive(mIsActive, "getBand") || refusedNull(band, "getBand")) return -1;
     *band = mDabLib.getBand();
     return inRange(*band, 1, 3) ? 0 : -1;
 }
 
 int DABPlayerService::getPresetNum(int* presetNum) {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getPresetNum");
+    DAB_LOGD(DAB_TAG_PLAYER, "in getPresetNum");
     if (refusedInactive(mIsActive, "getPresetNum") || refusedNull(presetNum, "getPresetNum")) {
         return -1;
     }
@@ -59,7 +59,7 @@ int DABPlayerService::getPresetNum(int* presetNum) {
 }
 
 int DABPlayerService::getFrequence(int* frequency) {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getFrequence");
+    DAB_LOGD(DAB_TAG_PLAYER, "in getFrequence");
     if (refusedNull(frequency, "getFrequence")) return -1;
     const int blockId = mCurrentBlockId;
     const DAB_CHANNEL_INFO* channel = DABChannelTable::lookup(blockId);
@@ -72,7 +72,7 @@ int DABPlayerService::getFrequence(int* frequency) {
 }
 
 int DABPlayerService::getFreqString(char* freq) {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getFreqString");
+    DAB_LOGD(DAB_TAG_PLAYER, "in getFreqString");
     // The block id is refreshed from the library even when the caller gave no buffer.
     const int blockId = mDabLib.getNmValue();
     mCurrentBlockId = blockId;
@@ -86,7 +86,7 @@ int DABPlayerService::getFreqString(char* freq) {
 }
 
 int DABPlayerService::getBlockId(char* blockId) {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getBlockId");
+    DAB_LOGD(DAB_TAG_PLAYER, "in getBlockId");
     if (refusedInactive(mIsActive, "getBlockId") || refusedNull(blockId, "getBlockId")) return -1;
     const int id = mCurrentBlockId;
     const DAB_CHANNEL_INFO* channel = DABChannelTable::lookup(id);
@@ -107,7 +107,7 @@ int DABPlayerService::getBlockId(char* blockId) {
 }
 
 int DABPlayerService::getSignalLevel(int* level) {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getSignalLevel");
+    DAB_LOGD(DAB_TAG_PLAYER, "in getSignalLevel");
     if (refusedInactive(mIsActive, "getSignalLevel") || refusedNull(level, "getSignalLevel")) {
         return -1;
     }
@@ -117,7 +117,7 @@ int DABPlayerService::getSignalLevel(int* level) {
 }
 
 int DABPlayerService::getFmLink(int* fmLink) {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getFmLink");
+    DAB_LOGD(DAB_TAG_PLAYER, "in getFmLink");
     if (refusedInactive(mIsActive, "getFmLink") || refusedNull(fmLink, "getFmLink")) return -1;
     mCurrentFmLink = mDabLib.getFmLink();
     *fmLink = mCurrentFmLink;
@@ -125,7 +125,7 @@ int DABPlayerService::getFmLink(int* fmLink) {
 }
 
 int DABPlayerService::getBitPerSecond(int* bps) {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getBitPerSecond");
+    DAB_LOGD(DAB_TAG_PLAYER, "in getBitPerSecond");
     if (refusedInactive(mIsActive, "getBitPerSecond") || refusedNull(bps, "getBitPerSecond")) {
         return -1;
     }
@@ -135,14 +135,14 @@ int DABPlayerService::getBitPerSecond(int* bps) {
 }
 
 int DABPlayerService::getPtyType(int* ptyType) {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getPtyType");
+    DAB_LOGD(DAB_TAG_PLAYER, "in getPtyType");
     if (refusedNull(ptyType, "getPtyType")) return -1;
     *ptyType = mCurrentPtyType;
     return static_cast<unsigned>(*ptyType) < 31u ? 0 : -1;
 }
 
 int DABPlayerService::getEnsembleLabel(char* label, int* code) {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getEnsembleLabel");
+    DAB_LOGD(DAB_TAG_PLAYER, "in getEnsembleLabel");
     return getTitleLabel(EN_DAB_TEXT_TYPE_ENSEMBLE, label, code);
 }
 
@@ -152,7 +152,7 @@ int DABPlayerService::getServiceLabel(char* label, int* code) {
 }
 
 int DABPlayerService::getCompLabel(char* label, int* code) {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getCompLabel");
+    DAB_LOGD(DAB_TAG_PLAYER, "in getCompLabel");
     return getTitleLabel(EN_DAB_TEXT_TYPE_COMPONENT, label, code);
 }
 
@@ -178,7 +178,7 @@ int DABPlayerService::getTitleLabel(int kind, char* label, int* code) {
 }
 
 int DABPlayerService::getCompTotal(int* total) {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getCompTotal");
+    DAB_LOGD(DAB_TAG_PLAYER, "in getCompTotal");
     if (refusedInactive(mIsActive, "getCompTotal") || refusedNull(total, "getCompTotal")) return -1;
     if (mCurrentCompTotal == 0) {
         DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getCompTotal mCurrentCompTotal == 0 return error");
@@ -200,7 +200,7 @@ int DABPlayerService::getCompTotal(int* total) {
 }
 
 int DABPlayerService::getCompNum(int* num) {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getCompNum");
+    DAB_LOGD(DAB_TAG_PLAYER, "in getCompNum");
     if (refusedInactive(mIsActive, "getCompNum") || refusedNull(num, "getCompNum")) return -1;
     if (mCurrentCompTotal == 0 || mCurrentCompNum == 0) {
         DAB_LOGD(DAB_TAG_PLAYER,
@@ -225,7 +225,7 @@ int DABPlayerService::getCompNum(int* num) {
 }
 
 int DABPlayerService::getDynamicText(char* text, int* code, int* length) {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getDynamicText");
+    DAB_LOGD(DAB_TAG_PLAYER, "in getDynamicText");
     if (refusedNull(text, "getDynamicText") || refusedNull(code, "getDynamicText") ||
         refusedNull(length, "getDynamicText")) {
         return -1;
@@ -242,7 +242,7 @@ int DABPlayerService::getDynamicText(char* text, int* code, int* length) {
 }
 
 int DABPlayerService::getLogicMode(int* mode) {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getLogicMode");
+    DAB_LOGD(DAB_TAG_PLAYER, "in getLogicMode");
     if (refusedNull(mode, "getLogicMode")) return -1;
     const int libMode = mDabLib.getLogicMode();
     if (libMode == EN_DAB_LM_SERLIST_UPDATE) {
@@ -282,7 +282,7 @@ int DABPlayerService::getLogicMode(int* mode) {
 }
 
 int DABPlayerService::getError(int* error) {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getError");
+    DAB_LOGD(DAB_TAG_PLAYER, "in getError");
     if (refusedInactive(mIsActive, "getError") || refusedNull(error, "getError")) return -1;
     // While the service tunes, reception errors are transient and not reported.
     if (isBusyLogicMode(mCurrentLogicMode) || isBusy(isInPresetUpDown) ||
@@ -298,14 +298,14 @@ int DABPlayerService::getError(int* error) {
 }
 
 int DABPlayerService::getRealError(int* error) {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getRealError");
+    DAB_LOGD(DAB_TAG_PLAYER, "in getRealError");
     if (refusedInactive(mIsActive, "getRealError") || refusedNull(error, "getRealError")) return -1;
     *error = mDabLib.getErrorInfo();
     return static_cast<unsigned>(*error) < 3u ? 0 : -1;
 }
 
 int DABPlayerService::getNm(int* nm) {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getNm");
+    DAB_LOGD(DAB_TAG_PLAYER, "in getNm");
     if (refusedInactive(mIsActive, "getNm") || refusedNull(nm, "getNm")) return -1;
     mCurrentNm = mDabLib.getNmValue();
     *nm = mCurrentNm;
@@ -313,7 +313,7 @@ int DABPlayerService::getNm(int* nm) {
 }
 
 int DABPlayerService::getDisplayFormat(int* format) {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getDisplayFormat");
+    DAB_LOGD(DAB_TAG_PLAYER, "in getDisplayFormat");
     if (refusedInactive(mIsActive, "getDisplayFormat") || refusedNull(format, "getDisplayFormat")) {
         return -1;
     }
@@ -324,7 +324,7 @@ int DABPlayerService::getDisplayFormat(int* format) {
 }
 
 int DABPlayerService::getAntStatus(int* status) {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getAntStatus");
+    DAB_LOGD(DAB_TAG_PLAYER, "in getAntStatus");
     if (refusedInactive(mIsActive, "getAntStatus") || refusedNull(status, "getAntStatus")) return -1;
     const int raw = mDabLib.getAntStatus();
     mCurrentAntStatus = raw;

@@ -73,7 +73,7 @@ int DABPlayerService::timeSeek(int time) {
 }
 
 int DABPlayerService::getPlaybackStatus(int* status) {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getPlaybackStatus");
+    DAB_LOGD(DAB_TAG_PLAYER, "in getPlaybackStatus");
     if (!mIsActive || refusedNull(status, "getPlaybackStatus")) return -1;
     mCurrentPlaybackStatus = mDabLib.getTsStatus();
     *status = mCurrentPlaybackStatus;
@@ -81,7 +81,7 @@ int DABPlayerService::getPlaybackStatus(int* status) {
 }
 
 int DABPlayerService::getTotalTime(int* time) {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getTotalTime");
+    DAB_LOGD(DAB_TAG_PLAYER, "in getTotalTime");
     if (!mIsActive || refusedNull(time, "getTotalTime")) return -1;
     mCurrentTotalTime = decodeTsTime(mDabLib.getTsAllTime());
     *time = mCurrentTotalTime;
@@ -89,7 +89,7 @@ int DABPlayerService::getTotalTime(int* time) {
 }
 
 int DABPlayerService::getCacheTime(int* time) {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getCacheTime");
+    DAB_LOGD(DAB_TAG_PLAYER, "in getCacheTime");
     if (!mIsActive || refusedNull(time, "getCacheTime")) return -1;
     mCurrentCacheTime = decodeTsTime(mDabLib.getTsSetTime());
     *time = mCurrentCacheTime;
@@ -97,7 +97,7 @@ int DABPlayerService::getCacheTime(int* time) {
 }
 
 int DABPlayerService::getPauseTime(int* time) {
-    DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::getPauseTime");
+    DAB_LOGD(DAB_TAG_PLAYER, "in getPauseTime");
     if (!mIsActive || refusedNull(time, "getPauseTime")) return -1;
     // Delay first, total second: the two reads may straddle a change; the difference is as read.
     const int delay = decodeTsTime(mDabLib.getTsDelayTime());
