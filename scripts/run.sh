@@ -15,7 +15,10 @@
 #
 # Without --demo the head unit uses the default runtime directory, so dabctl in any other
 # shell reaches it: dabctl status, dabctl watch, dabctl hu infobar, dabctl sim antenna 3.
-# Logs of the two processes go to build/run-logs/ (with --demo: shown on failure).
+# Logs of the two processes go to logs/ in the runtime directory, so that every instance keeps
+# its own (with --demo: shown on failure). A second run.sh on the same runtime directory is
+# refused before it touches anything of the first. When the simulator or the service exits
+# during start-up, run.sh stops at once and says which one, its exit status and why.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 ROOT=$PWD
@@ -64,27 +67,32 @@ PRIVATE_DIR=0
 if [ "$DEMO" = 1 ]; then
     DAB_BINDER_DIR=$(mktemp -d "${TMPDIR:-/tmp}/dabdesk-XXXXXX")
     PRIVATE_DIR=1
-    LOG_DIR=$DAB_BINDER_DIR/logs
 elif [ -z "${DAB_BINDER_DIR:-}" ]; then
     if [ -n "${XDG_RUNTIME_DIR:-}" ]; then
         DAB_BINDER_DIR=$XDG_RUNTIME_DIR/dabbinder
     else
         DAB_BINDER_DIR=/tmp/dabbinder-$(id -u)
     fi
-    LOG_DIR=$ROOT/build/run-logs
-else
-    LOG_DIR=$ROOT/build/run-logs
 fi
 export DAB_BINDER_DIR
-mkdir -p "$LOG_DIR"
+LOG_DIR=$DAB_BINDER_DIR/logs
 
+refuse() {
+    echo "run.sh: a head unit already runs in $DAB_BINDER_DIR (stop it first)" >&2
+    exit 1
+}
+# The lock lives as long as this script and the processes it starts; nothing of another
+# instance is touched before it is held.
+mkdir -p "$DAB_BINDER_DIR"
+exec 9>>"$DAB_BINDER_DIR/run.lock"
+flock -n 9 || refuse
 if [ "$PRIVATE_DIR" = 0 ]; then
-    # dabctl answers 1 only when nobody serves the name.
+    # A head unit started otherwise: dabctl answers 1 only when nobody serves the name.
     if "$DABCTL" hu ping >/dev/null 2>&1 || { "$DABCTL" sim status >/dev/null 2>&1 || [ $? -ne 1 ]; }; then
-        echo "run.sh: a head unit already runs in $DAB_BINDER_DIR (stop it first)" >&2
-        exit 1
+        refuse
     fi
 fi
+mkdir -p "$LOG_DIR"
 
 SOCKETS=(HeadUnitMediaManager HeadUnitMediaData HeadUnitSysCtrl HeadUnitControl DABPlayer DABSimControl)
 SIM_PID=
@@ -121,6 +129,7 @@ cleanup() {
     if [ "$PRIVATE_DIR" = 1 ]; then
         rm -rf "$DAB_BINDER_DIR"
     else
+        rm -f "$DAB_BINDER_DIR/run.lock"
         echo "run.sh: head unit stopped; logs in $LOG_DIR" >&2
     fi
 }
@@ -129,7 +138,27 @@ trap 'exit 130' INT
 trap 'exit 143' TERM
 trap 'exit 129' HUP
 
+# Stops at once when a started process has exited: its name, its exit status and the lines
+# of its log that explain it (its warnings and errors, else its last lines).
+check_started() {
+    local name=$1 pid=$2 log=$3 status=0 why
+    [ -n "$pid" ] || return 0
+    kill -0 "$pid" 2>/dev/null && return 0
+    wait "$pid" || status=$?
+    [ "$name" = headunit_sim ] && SIM_PID= || SERVICE_PID=
+    echo "run.sh: $name exited during start-up with status $status; its log ($log) says:" >&2
+    why=$(grep -v -E '^[0-9-]+ [0-9:.]+ +[0-9]+ +[0-9]+ [VDI] ' "$log" 2>/dev/null | tail -n 20)
+    [ -n "$why" ] || why=$(tail -n 10 "$log" 2>/dev/null)
+    printf '%s\n' "$why" | sed 's/^/    /' >&2
+    exit 1
+}
+check_processes() {
+    check_started headunit_sim "$SIM_PID" "$LOG_DIR/headunit_sim.log"
+    check_started dabplayer_service "$SERVICE_PID" "$LOG_DIR/dabplayer_service.log"
+}
+
 fail() {
+    check_processes
     echo "run.sh: $*" >&2
     FAILED=1
     exit 1
@@ -141,6 +170,7 @@ wait_for() {
     shift
     for _ in $(seq "$tenths"); do
         "$@" >/dev/null 2>&1 && return 0
+        check_processes
         sleep 0.1
     done
     return 1
