@@ -3,6 +3,7 @@
 
 #include "../../tools/binder_test_peer/BinderTestNode.h"
 
+#include "ChildProcesses.h"
 #include "HostLog.h"
 
 #include <gtest/gtest.h>
@@ -27,16 +28,18 @@ protected:
     pid_t spawnPeer(const std::vector<std::string>& args);
     // Waits for a helper to end: its exit status, minus the signal that killed it, or -1000
     // on time-out.
-    int waitExit(pid_t pid, std::chrono::milliseconds timeout);
+    int waitExit(pid_t pid, std::chrono::milliseconds timeout) {
+        return mProcesses.waitExit(pid, timeout);
+    }
     // Polls the condition until it holds or the time-out passes.
-    static bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout);
-    const std::string& dir() const { return mDir; }
+    static bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout) {
+        return ChildProcesses::waitUntil(condition, timeout);
+    }
+    const std::string& dir() const { return mProcesses.dir(); }
 
 private:
-    std::string mDir;
-    std::string mPreviousDir;
-    bool mHadPreviousDir = false;
-    std::vector<pid_t> mChildren;  // test thread only; reaped ones removed
+    ChildProcesses mProcesses;
+    int mPeers = 0;
 };
 
 #endif  // DAB_TESTS_BINDER_IPC_FIXTURE_H

@@ -1,64 +1,13 @@
 #include "HeadUnitProcessFixture.h"
 
-#include "ChildProcess.h"
-
-#include <dirent.h>
-#include <fcntl.h>
-#include <signal.h>
-#include <sys/prctl.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <climits>
-#include <cstdlib>
 #include <fstream>
 #include <sstream>
-#include <thread>
 
 using namespace std::chrono_literals;
 
-namespace {
-
-void removeTree(const std::string& dir) {
-    DIR* d = opendir(dir.c_str());
-    if (d == nullptr) return;
-    while (struct dirent* e = readdir(d)) {
-        const std::string name(e->d_name);
-        if (name != "." && name != "..") unlink((dir + "/" + name).c_str());
-    }
-    closedir(d);
-    rmdir(dir.c_str());
-}
-
-// The build tree: the test executable sits at its top.
-std::string buildDir() {
-    char exe[PATH_MAX];
-    const ssize_t n = readlink("/proc/self/exe", exe, sizeof(exe) - 1);
-    if (n <= 0) return ".";
-    const std::string path(exe, static_cast<size_t>(n));
-    return path.substr(0, path.rfind('/'));
-}
-
-}  // namespace
-
-void HeadUnitProcessTest::SetUp() {
-    const char* previous = getenv("DAB_BINDER_DIR");
-    mHadPreviousDir = previous != nullptr;
-    if (previous != nullptr) mPreviousDir = previous;
-    char pattern[] = "/tmp/headunit-test-XXXXXX";
-    ASSERT_NE(nullptr, mkdtemp(pattern));
-    mDir = pattern;
-    setenv("DAB_BINDER_DIR", mDir.c_str(), 1);
-}
+void HeadUnitProcessTest::SetUp() { ASSERT_TRUE(mProcesses.open("headunit-test")); }
 
 void HeadUnitProcessTest::TearDown() {
-    for (pid_t pid : mChildren) {
-        kill(pid, SIGKILL);
-        kill(pid, SIGCONT);
-        waitpid(pid, nullptr, 0);
-    }
-    mChildren.clear();
     if (HasFailure()) {
         for (const char* log : {"sim.err", "service.err"}) {
             const std::string text = readFile(log);
@@ -67,38 +16,13 @@ void HeadUnitProcessTest::TearDown() {
                           << (text.size() > keep ? text.substr(text.size() - keep) : text);
         }
     }
-    removeTree(mDir);
-    if (mHadPreviousDir) {
-        setenv("DAB_BINDER_DIR", mPreviousDir.c_str(), 1);
-    } else {
-        unsetenv("DAB_BINDER_DIR");
-    }
+    mProcesses.close();
 }
 
 pid_t HeadUnitProcessTest::spawn(const std::string& program, const std::vector<std::string>& args,
                                  const std::string& name) {
-    const std::string path = buildDir() + "/" + program;
-    const std::string outPath = mDir + "/" + name + ".out";
-    const std::string errPath = mDir + "/" + name + ".err";
-    std::vector<char*> argv;
-    argv.push_back(const_cast<char*>(path.c_str()));
-    for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
-    argv.push_back(nullptr);
-    const pid_t pid = fork();
-    if (pid == 0) {
-        // Only async-signal-safe calls between fork and exec: this process has threads.
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        const int in = open("/dev/null", O_RDONLY | O_CLOEXEC);
-        const int out = open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-        const int err = open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-        if (in >= 0) dup2(in, 0);
-        if (out >= 0) dup2(out, 1);
-        if (err >= 0) dup2(err, 2);
-        execv(argv[0], argv.data());
-        _exit(127);
-    }
+    const pid_t pid = mProcesses.spawn(program, args, name + ".out", name + ".err");
     EXPECT_GT(pid, 0) << "fork failed";
-    if (pid > 0) mChildren.push_back(pid);
     return pid;
 }
 
@@ -134,17 +58,13 @@ HeadUnitProcessTest::Run HeadUnitProcessTest::run(const std::string& program,
     r.status = waitExit(pid, timeout);
     r.out = readFile(name + ".out");
     r.err = readFile(name + ".err");
-    unlink((mDir + "/" + name + ".out").c_str());
-    unlink((mDir + "/" + name + ".err").c_str());
+    unlink((dir() + "/" + name + ".out").c_str());
+    unlink((dir() + "/" + name + ".err").c_str());
     return r;
 }
 
-int HeadUnitProcessTest::waitExit(pid_t pid, std::chrono::milliseconds timeout) {
-    return waitChildExit(pid, timeout, &mChildren);
-}
-
 std::string HeadUnitProcessTest::readFile(const std::string& name) const {
-    std::ifstream in(mDir + "/" + name, std::ios::binary);
+    std::ifstream in(dir() + "/" + name, std::ios::binary);
     std::ostringstream s;
     s << in.rdbuf();
     return s.str();
@@ -156,12 +76,3 @@ int HeadUnitProcessTest::countOf(const std::string& text, const std::string& wha
     return n;
 }
 
-bool HeadUnitProcessTest::waitUntil(const std::function<bool()>& condition,
-                                    std::chrono::milliseconds timeout) {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() >= deadline) return false;
-        std::this_thread::sleep_for(20ms);
-    }
-    return true;
-}

@@ -1,6 +1,8 @@
 #ifndef DAB_TESTS_HEADUNIT_PROCESS_FIXTURE_H
 #define DAB_TESTS_HEADUNIT_PROCESS_FIXTURE_H
 
+#include "ChildProcesses.h"
+
 #include <gtest/gtest.h>
 
 #include <sys/types.h>
@@ -45,19 +47,20 @@ protected:
         return run("tools/dabctl/dabctl", args, timeout);
     }
     // Waits for a started process to end: its exit status, -signal, or -1000 on time-out.
-    int waitExit(pid_t pid, std::chrono::milliseconds timeout);
+    int waitExit(pid_t pid, std::chrono::milliseconds timeout) {
+        return mProcesses.waitExit(pid, timeout);
+    }
 
     // Contents of <dir>/<name> (empty when missing).
     std::string readFile(const std::string& name) const;
     static int countOf(const std::string& text, const std::string& what);
-    static bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout);
-    const std::string& dir() const { return mDir; }
+    static bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout) {
+        return ChildProcesses::waitUntil(condition, timeout);
+    }
+    const std::string& dir() const { return mProcesses.dir(); }
 
 private:
-    std::string mDir;
-    std::string mPreviousDir;
-    bool mHadPreviousDir = false;
-    std::vector<pid_t> mChildren;  // test thread only; reaped ones removed
+    ChildProcesses mProcesses;
     pid_t mSimPid = -1;
     pid_t mServicePid = -1;
     int mRuns = 0;

@@ -293,6 +293,10 @@ private:
     void startPresetSeek(int direction);
     // Ends one busy state: cancels its wait event and makes the flag idle, when it is busy.
     int clearBusyState(int& flag, int waitEventType);
+    // Starts one busy state of a tuning command: the flag becomes busy, the other tuning busy
+    // states and the source-on delay end (in that order), the display is blanked when asked,
+    // and the state's wait event is registered. Binder threads, like the commands.
+    void startBusyState(int& flag, int waitEventType, bool blankDisplay);
     // Forwards id with value1 v, value2 0 and no parcel.
     void forward(int id, int v);
     // Copies of the references that activation and resume replace (any thread).

@@ -56,6 +56,16 @@ int DABPlayerService::clearBusyState(int& flag, int waitEventType) {
     return 0;
 }
 
+void DABPlayerService::startBusyState(int& flag, int waitEventType, bool blankDisplay) {
+    flag = kBusy;
+    if (&flag != &isInSwitchBand) clearSwitchBandStatus();
+    if (&flag != &isInManualUPDownInFreqExtend) clearManualUpDownStatus();
+    if (&flag != &isInPresetUpDown) clearPresetUpDownStatus();
+    clearSourceOnDelayStatus();
+    if (blankDisplay) clearDisplayStatus();
+    registerWaitEvent(waitEventType);
+}
+
 int DABPlayerService::clearSourceOnDelayStatus() {
     DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::clearSourceOnDelayStatus");
     return clearBusyState(isInSourceOnDelay, DAB_SERVER_QUEUE_MSG_WAIT_SOURCE_ON);
@@ -179,14 +189,10 @@ int DABPlayerService::manualDown() {
 
 void DABPlayerService::startManualStep() {
     const int mode = mDabLib.getLogicMode();
-    isInManualUPDownInFreqExtend = kBusy;
     if (mode == media_lib_dab::EN_DAB_LM_SEEK_UP || mode == media_lib_dab::EN_DAB_LM_SEEK_DOWN) {
         isInSeekCancel = kBusy;
     }
-    clearSwitchBandStatus();
-    clearPresetUpDownStatus();
-    clearSourceOnDelayStatus();
-    registerWaitEvent(DAB_SERVER_QUEUE_MSG_WAIT_MANUAL_UPDOWN);
+    startBusyState(isInManualUPDownInFreqExtend, DAB_SERVER_QUEUE_MSG_WAIT_MANUAL_UPDOWN, false);
 }
 
 int DABPlayerService::presetSeekUp() {
@@ -218,14 +224,10 @@ void DABPlayerService::startPresetSeek(int direction) {
                                                  : media_lib_dab::EN_DAB_LM_SEEK_DOWN;
     if (mDabLib.getLogicMode() == seekingMode) {
         // A seek in the direction the tuner already seeks steps on, like a manual step.
-        isInManualUPDownInFreqExtend = kBusy;
         isInSeekCancel = kBusy;
-        clearSwitchBandStatus();
-        clearPresetUpDownStatus();
-        clearSourceOnDelayStatus();
         // Only seek up blanks the display.
-        if (direction == kSeekUp) clearDisplayStatus();
-        registerWaitEvent(DAB_SERVER_QUEUE_MSG_WAIT_MANUAL_UPDOWN);
+        startBusyState(isInManualUPDownInFreqExtend, DAB_SERVER_QUEUE_MSG_WAIT_MANUAL_UPDOWN,
+                       direction == kSeekUp);
         forward(DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE, DAB_SERVER_LOGIC_MODE_MANUAL_UPDOWN);
     } else {
         isInSeekCancel = kIdle;
@@ -242,12 +244,7 @@ int DABPlayerService::switchBand() {
         DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService in switchBand mIsActive != 1");
         return -1;
     }
-    isInSwitchBand = kBusy;
-    clearManualUpDownStatus();
-    clearPresetUpDownStatus();
-    clearSourceOnDelayStatus();
-    clearDisplayStatus();
-    registerWaitEvent(DAB_SERVER_QUEUE_MSG_WAIT_SWITCH_BAND);
+    startBusyState(isInSwitchBand, DAB_SERVER_QUEUE_MSG_WAIT_SWITCH_BAND, true);
     mDabLib.switchBand();
     return 0;
 }
@@ -255,12 +252,7 @@ int DABPlayerService::switchBand() {
 int DABPlayerService::presetUpRecall() {
     DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::presetUpRecall");
     if (mIsActive == 0) return -1;
-    isInPresetUpDown = kBusy;
-    clearSwitchBandStatus();
-    clearManualUpDownStatus();
-    clearSourceOnDelayStatus();
-    clearDisplayStatus();
-    registerWaitEvent(DAB_SERVER_QUEUE_MSG_WAIT_PRESET_UPDOWN);
+    startBusyState(isInPresetUpDown, DAB_SERVER_QUEUE_MSG_WAIT_PRESET_UPDOWN, true);
     mDabLib.presetChannelUp();
     return 0;
 }
@@ -268,12 +260,7 @@ int DABPlayerService::presetUpRecall() {
 int DABPlayerService::presetDownRecall() {
     DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::presetDownRecall");
     if (mIsActive == 0) return -1;
-    isInPresetUpDown = kBusy;
-    clearSwitchBandStatus();
-    clearManualUpDownStatus();
-    clearSourceOnDelayStatus();
-    clearDisplayStatus();
-    registerWaitEvent(DAB_SERVER_QUEUE_MSG_WAIT_PRESET_UPDOWN);
+    startBusyState(isInPresetUpDown, DAB_SERVER_QUEUE_MSG_WAIT_PRESET_UPDOWN, true);
     mDabLib.presetChannelDown();
     return 0;
 }
@@ -301,22 +288,17 @@ int DABPlayerService::presetListRecall(int band, int index) {
                   band, index);
         return -1;
     }
+    // Busy before anything is forwarded: clients that read labels in their callback see it.
     isInPresetUpDown = kBusy;
-    if (mDabLib.getBand() == band && mDabLib.getPchNum() == index + 1) {
-        // The preset is already playing: the station stays, so its text is not blanked.
+    // The preset already playing keeps its station, so its text is not blanked.
+    const bool samePreset = mDabLib.getBand() == band && mDabLib.getPchNum() == index + 1;
+    if (samePreset) {
         forward(DAB_SERVER_NOTIFY_COMP_NUM_CHANGE, 0);
         forward(DAB_SERVER_NOTIFY_COMP_TOTAL_CHANGE, 0);
-        clearSwitchBandStatus();
-        clearManualUpDownStatus();
-        clearSourceOnDelayStatus();
-        registerWaitEvent(DAB_SERVER_QUEUE_MSG_WAIT_PRESET_UPDOWN);
+    }
+    startBusyState(isInPresetUpDown, DAB_SERVER_QUEUE_MSG_WAIT_PRESET_UPDOWN, !samePreset);
+    if (samePreset) {
         forward(DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE, DAB_SERVER_LOGIC_MODE_PRESET_BUSY);
-    } else {
-        clearSwitchBandStatus();
-        clearManualUpDownStatus();
-        clearSourceOnDelayStatus();
-        clearDisplayStatus();
-        registerWaitEvent(DAB_SERVER_QUEUE_MSG_WAIT_PRESET_UPDOWN);
     }
     mDabLib.pchRecall(toBand(band), toPreset(index));
     return 0;

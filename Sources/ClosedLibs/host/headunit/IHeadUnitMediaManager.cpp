@@ -1,6 +1,7 @@
 #include "IHeadUnitMediaManager.h"
 
 #include "ParcelBlock.h"
+#include "RemoteCall.h"
 
 using namespace android;
 
@@ -59,11 +60,7 @@ private:
     // The manager's int result; -1 when the call did not get through. The rest of the reply
     // stays in *reply when given.
     int call(uint32_t code, const Parcel& data, Parcel* reply) {
-        Parcel local;
-        Parcel* r = reply != nullptr ? reply : &local;
-        if (remote()->transact(code, data, r) != NO_ERROR) return -1;
-        int32_t result = -1;
-        return r->readInt32(&result) == NO_ERROR ? result : -1;
+        return transactForInt(remote(), code, data, -1, reply);
     }
 };
 

@@ -1,6 +1,7 @@
 #include "IHeadUnitSourceListener.h"
 
 #include "ParcelBlock.h"
+#include "RemoteCall.h"
 
 using namespace android;
 
@@ -64,12 +65,9 @@ private:
     // An activation that does not get through counts as failed.
     int callInt(uint32_t code, int request) {
         Parcel data;
-        Parcel reply;
         data.writeInterfaceToken(IHeadUnitSourceListener::descriptor);
         data.writeInt32(request);
-        if (remote()->transact(code, data, &reply) != NO_ERROR) return 0;
-        int32_t result = 0;
-        return reply.readInt32(&result) == NO_ERROR ? result : 0;
+        return transactForInt(remote(), code, data, 0);
     }
 };
 

@@ -1,5 +1,7 @@
 #include "IHeadUnitSysCtrl.h"
 
+#include "RemoteCall.h"
+
 using namespace android;
 
 namespace headunit {
@@ -37,12 +39,7 @@ private:
         start(&data, listener);
         return call(code, data);
     }
-    int call(uint32_t code, const Parcel& data) {
-        Parcel reply;
-        if (remote()->transact(code, data, &reply) != NO_ERROR) return -1;
-        int32_t result = -1;
-        return reply.readInt32(&result) == NO_ERROR ? result : -1;
-    }
+    int call(uint32_t code, const Parcel& data) { return transactForInt(remote(), code, data, -1); }
 };
 
 }  // namespace
