@@ -169,97 +169,6 @@ TEST_F(HeadUnitProcessTest, KilledMediaManagerProcessMakesTheSourcesReconnectToT
     EXPECT_EQ(2, countOf(readFile("service.err"), "ReConnectServiceThread reconnect Success !!"));
 }
 
-TEST_F(HeadUnitProcessTest, KilledClientDisappearsFromTheRegistry) {
-    startHeadUnit();
-    const int clients = countOf(readFile("service.err"), "DABPlayer construct");
-    const pid_t watcher = spawn("tools/dabctl/dabctl", {"watch"}, "watch");
-    ASSERT_TRUE(waitUntil(
-            [&] { return countOf(readFile("service.err"), "DABPlayer construct") > clients; }, 10s));
-    // Every earlier dabctl has ended: the watcher is the only client left.
-    ASSERT_EQ(0, dabctl({"sim", "signal", "3"}).status);
-    ASSERT_TRUE(waitUntil([this] { return countOf(readFile("watch.out"), "SIGNAL_LEVEL_CHANGE") >= 1; }, 10s));
-    kill(watcher, SIGKILL);
-    EXPECT_EQ(-SIGKILL, waitExit(watcher, 5s));
-    ASSERT_TRUE(waitUntil(
-            [this] {
-                const std::string log = readFile("service.err");
-                return countOf(log, "DABPlayer destruct") == countOf(log, "DABPlayer construct");
-            },
-            10s));
-    // The next notification finds nobody to tell.
-    const std::string log = readFile("service.err");
-    ASSERT_EQ(0, dabctl({"sim", "signal", "4"}).status);
-    ASSERT_TRUE(waitUntil([&] { return readFile("service.err").size() > log.size() + 10 &&
-                                       readFile("service.err").find("exeNotify size:", log.size()) != std::string::npos; },
-                          10s));
-    const std::string after = readFile("service.err").substr(log.size());
-    EXPECT_NE(std::string::npos, after.find("exeNotify size:0")) << after;
-    EXPECT_EQ(std::string::npos, after.find("exeNotify size:1")) << after;
-}
-
-TEST_F(HeadUnitProcessTest, SixteenClientsEachReceiveEveryNotificationInOrder) {
-    startHeadUnit();
-    constexpr int kClients = 16;
-    std::vector<pid_t> watchers;
-    const int before = countOf(readFile("service.err"), "DABPlayer construct");
-    for (int i = 0; i < kClients; ++i) {
-        watchers.push_back(spawn("tools/dabctl/dabctl", {"--json", "watch"}, "watch" + std::to_string(i)));
-    }
-    ASSERT_TRUE(waitUntil(
-            [&] { return countOf(readFile("service.err"), "DABPlayer construct") >= before + kClients; },
-            20s));
-    // A pattern the world never produces by itself: twenty signal levels in a row.
-    const std::vector<int> levels = {1, 7, 2, 6, 3, 5, 4, 1, 7, 2, 6, 3, 5, 4, 1, 7, 2, 6, 3, 5};
-    for (int level : levels) {
-        ASSERT_EQ(0, dabctl({"sim", "signal", std::to_string(level)}).status);
-    }
-    auto signalValues = [](const std::vector<json>& notes) {
-        std::vector<int> v;
-        for (const json& n : notes) {
-            if (n["id"] == kSignalLevelChange) v.push_back(n["ext1"]);
-        }
-        return v;
-    };
-    auto endsWithPattern = [&](const std::vector<int>& v) {
-        return v.size() >= levels.size() && std::equal(levels.begin(), levels.end(), v.end() - levels.size());
-    };
-    ASSERT_TRUE(waitUntil(
-            [&] {
-                for (int i = 0; i < kClients; ++i) {
-                    if (!endsWithPattern(signalValues(jsonLines(readFile("watch" + std::to_string(i) + ".out"))))) {
-                        return false;
-                    }
-                }
-                return true;
-            },
-            20s));
-    for (pid_t w : watchers) kill(w, SIGINT);
-    for (pid_t w : watchers) EXPECT_EQ(0, waitExit(w, 5s));
-
-    // From the first notification of the pattern on, every client saw the same notifications
-    // in the same order.
-    std::vector<std::string> reference;
-    for (int i = 0; i < kClients; ++i) {
-        const std::vector<json> notes = jsonLines(readFile("watch" + std::to_string(i) + ".out"));
-        std::vector<size_t> signalAt;
-        for (size_t k = 0; k < notes.size(); ++k) {
-            if (notes[k]["id"] == kSignalLevelChange) signalAt.push_back(k);
-        }
-        ASSERT_GE(signalAt.size(), levels.size());
-        std::vector<std::string> tail;
-        for (size_t k = signalAt[signalAt.size() - levels.size()]; k < notes.size(); ++k) {
-            json n = notes[k];
-            n.erase("time");
-            tail.push_back(n.dump());
-        }
-        if (i == 0) {
-            reference = tail;
-        } else {
-            EXPECT_EQ(reference, tail) << "client " << i;
-        }
-    }
-}
-
 TEST_F(HeadUnitProcessTest, SuspendResumeAndAntennaFaultReachTheHeadUnit) {
     startHeadUnit();
     ASSERT_EQ(0, dabctl({"hu", "suspend"}).status);
@@ -360,16 +269,4 @@ TEST_F(HeadUnitProcessTest, ToolsShareOneCommandLineConvention) {
         EXPECT_EQ(1, r.status);
         EXPECT_EQ("dabctl: " + a.second + " is not running in " + dir() + "\n", r.err);
     }
-}
-
-TEST_F(HeadUnitProcessTest, DabctlOffersEveryPlayerOperationInInterfaceOrder) {
-    const Run ops = dabctl({"--json", "ops"});
-    ASSERT_EQ(0, ops.status);
-    const std::vector<json> list = jsonLines(ops.out);
-    ASSERT_EQ(69u, list.size());
-    EXPECT_EQ("manualUp", list[0]["op"]);
-    EXPECT_EQ("getDynamicText", list[48]["op"]);
-    EXPECT_EQ("getPresetListItem", list[56]["op"]);
-    EXPECT_EQ(json({"band", "index"}), list[56]["args"]);
-    EXPECT_EQ("setDisplayFormat", list[68]["op"]);
 }

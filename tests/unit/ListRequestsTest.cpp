@@ -479,19 +479,10 @@ protected:
 
     void TearDown() override {
         mTuner->setCommandHook(nullptr);
+        // End whatever the worker holds (the source-on delay lasts 2 s otherwise).
         sp<DABListProcessThread> worker = peer().listWorker();
         if (worker != nullptr) {
-            // End whatever the worker holds (the source-on delay lasts 2 s otherwise).
-            worker->requestExit();
-            worker->pushExitMsg();
-            EXPECT_TRUE(eventually(
-                    [&] {
-                        LIST_QUEUE_MSG held = worker->currentMsg();
-                        if (held.msgType != 0) worker->listItemCachedFinished(held);
-                        return !worker->isRunning();
-                    },
-                    8000));
-            worker->join();
+            EXPECT_TRUE(stopAndDrainWorker(worker));
         }
         worker.clear();
         mPlayer.clear();
