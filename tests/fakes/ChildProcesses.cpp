@@ -86,16 +86,6 @@ int ChildProcesses::waitExit(pid_t pid, std::chrono::milliseconds timeout) {
     }
 }
 
-bool ChildProcesses::waitUntil(const std::function<bool()>& condition,
-                               std::chrono::milliseconds timeout) {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() >= deadline) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
-}
-
 std::string ChildProcesses::buildDir() {
     char exe[PATH_MAX];
     const ssize_t n = readlink("/proc/self/exe", exe, sizeof(exe) - 1);

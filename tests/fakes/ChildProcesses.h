@@ -4,7 +4,6 @@
 #include <sys/types.h>
 
 #include <chrono>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -29,9 +28,6 @@ public:
     // Waits for a started process to end: its exit status, minus the signal that ended it, or
     // -1000 on time-out.
     int waitExit(pid_t pid, std::chrono::milliseconds timeout);
-    // Polls the condition until it holds or the time-out passes.
-    static bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout);
-
     const std::string& dir() const { return mDir; }
     // The build tree: the test executable sits at its top.
     static std::string buildDir();

@@ -2,6 +2,7 @@
 #define DAB_TESTS_TUNERLISTANSWERER_H
 
 #include "DABServerDefs.h"
+#include "Eventually.h"
 #include "FakeTuner.h"
 
 #include <utils/RefBase.h>
@@ -52,16 +53,5 @@ bool stopAndDrainWorker(const android::sp<DABListProcessThread>& worker);
 // Test thread: waits until the worker holds nothing and has nothing queued, seen steadily
 // for a few milliseconds (a message just popped is briefly in neither place).
 bool waitListWorkerIdle(const android::sp<DABListProcessThread>& worker, int timeoutMs = 5000);
-
-// Any thread: polls until pred holds or timeoutMs pass; true when it held.
-template <typename Pred>
-bool eventually(Pred pred, int timeoutMs = 5000) {
-    auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-    while (!pred()) {
-        if (std::chrono::steady_clock::now() >= deadline) return pred();
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
-}
 
 #endif  // DAB_TESTS_TUNERLISTANSWERER_H

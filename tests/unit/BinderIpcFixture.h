@@ -4,6 +4,7 @@
 #include "../../tools/binder_test_peer/BinderTestNode.h"
 
 #include "ChildProcesses.h"
+#include "Eventually.h"
 #include "HostLog.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +12,6 @@
 #include <sys/types.h>
 
 #include <chrono>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -30,10 +30,6 @@ protected:
     // on time-out.
     int waitExit(pid_t pid, std::chrono::milliseconds timeout) {
         return mProcesses.waitExit(pid, timeout);
-    }
-    // Polls the condition until it holds or the time-out passes.
-    static bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout) {
-        return ChildProcesses::waitUntil(condition, timeout);
     }
     const std::string& dir() const { return mProcesses.dir(); }
 

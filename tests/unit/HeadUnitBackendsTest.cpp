@@ -11,6 +11,7 @@
 #include <headunit/RemoteSysCtrlBackend.h>
 #include <headunit/SysCtrlListenerBinder.h>
 
+#include "Eventually.h"
 #include "BinderRuntime.h"
 
 #include <binder/IServiceManager.h>
@@ -35,15 +36,6 @@ using namespace headunit;
 using namespace std::chrono_literals;
 
 namespace {
-
-bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout) {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() >= deadline) return false;
-        std::this_thread::sleep_for(2ms);
-    }
-    return true;
-}
 
 class TestSourceListener : public ISourceListener {
 public:

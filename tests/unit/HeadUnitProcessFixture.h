@@ -2,13 +2,13 @@
 #define DAB_TESTS_HEADUNIT_PROCESS_FIXTURE_H
 
 #include "ChildProcesses.h"
+#include "Eventually.h"
 
 #include <gtest/gtest.h>
 
 #include <sys/types.h>
 
 #include <chrono>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -54,9 +54,6 @@ protected:
     // Contents of <dir>/<name> (empty when missing).
     std::string readFile(const std::string& name) const;
     static int countOf(const std::string& text, const std::string& what);
-    static bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout) {
-        return ChildProcesses::waitUntil(condition, timeout);
-    }
     const std::string& dir() const { return mProcesses.dir(); }
 
 private:

@@ -2,6 +2,7 @@
 // at a time, the information bar, the restart with its reconnect requests), the system
 // control manager (resume after attach, suspend and resume on command) and the console's
 // commands and answers.
+#include "Eventually.h"
 #include "HeadUnitConsole.h"
 #include "SimMediaData.h"
 #include "SimMediaManager.h"
@@ -25,15 +26,6 @@ using namespace std::chrono_literals;
 using json = nlohmann::json;
 
 namespace {
-
-bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout) {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() >= deadline) return false;
-        std::this_thread::sleep_for(2ms);
-    }
-    return true;
-}
 
 // A source as the media manager sees it; every call is written to a journal shared by all
 // sources, so the order across sources shows.
