@@ -1,4 +1,5 @@
 #include "DABLibBackend.h"
+#include "RecordingDABLibBackend.h"
 
 #include <dablib/DABLibIF.h>
 
@@ -38,10 +39,19 @@ void DABLibBackend::setCurrent(const android::sp<DABLibBackend>& backend) {
 }
 
 android::sp<DABLibBackend> DABLibBackend::current() {
-    std::lock_guard<std::mutex> lock(gBackendLock);
-    if (gCurrent != nullptr) return gCurrent;
-    if (gDefaultFactory != nullptr) return gDefaultFactory();
-    return new DABLibBackend();
+    android::sp<DABLibBackend> backend;
+    {
+        std::lock_guard<std::mutex> lock(gBackendLock);
+        if (gCurrent != nullptr) {
+            backend = gCurrent;
+        } else if (gDefaultFactory != nullptr) {
+            backend = gDefaultFactory();
+        } else {
+            backend = new DABLibBackend();
+        }
+    }
+    // DAB_RECORD: the session recorder stands in front of whichever backend is installed.
+    return RecordingDABLibBackend::wrapIfRecording(backend);
 }
 
 void DABLibBackend::setDefaultFactory(android::sp<DABLibBackend> (*factory)()) {

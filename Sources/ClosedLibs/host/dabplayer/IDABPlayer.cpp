@@ -1,8 +1,11 @@
 #include <dabplayer/IDABPlayer.h>
 
+#include "RecordingPlayerCalls.h"
+
 #include <string.h>
 
 #include <initializer_list>
+#include <string>
 
 namespace android {
 
@@ -118,6 +121,25 @@ public:
         }
         *status = result;
         return NO_ERROR;
+    }
+
+    // Stub: the call as a replay script writes it: the operation, its int inputs, then null
+    // or _ for each output (trailing _ left out).
+    std::string words(const char* name) const {
+        std::string w = name;
+        for (int i = 0; i < mShape.ints; ++i) w += " " + std::to_string(ints[i]);
+        std::string outputs;
+        std::string pending;
+        auto add = [&](bool isNull) {
+            pending += isNull ? " null" : " _";
+            if (isNull) {
+                outputs += pending;
+                pending.clear();
+            }
+        };
+        if (mShape.textSize > 0) add(text == nullptr);
+        for (int i = 0; i < mShape.outs; ++i) add(outs[i] == nullptr);
+        return w + outputs;
     }
 
     int32_t ints[kMaxInts] = {};  // the int inputs
@@ -322,10 +344,14 @@ int invoke(IDABPlayer& p, PresetItemOp op, const PlayerCall& c) {
 // Unmarshals one call, runs it on the calling thread and marshals the status and outputs.
 // A short or malformed request is refused before the operation runs.
 template <typename Op>
-status_t serve(IDABPlayer& player, Op op, const Parcel& data, Parcel* reply) {
+status_t serve(IDABPlayer& player, const char* name, Op op, const Parcel& data, Parcel* reply) {
     PlayerCall call(shapeOf(op));
     if (call.readRequest(data) != NO_ERROR) return BAD_VALUE;
+    RecordingPlayerCalls* recording = RecordingPlayerCalls::get();
+    const uint64_t token =
+            recording != nullptr ? recording->calling(IInterface::asBinder(&player).get(), call.words(name)) : 0;
     const int status = invoke(player, op, call);
+    if (recording != nullptr) recording->finished(token);
     return reply != nullptr ? call.writeReply(*reply, status) : NO_ERROR;
 }
 
@@ -338,81 +364,85 @@ status_t BnDABPlayer::onTransact(uint32_t code, const Parcel& data, Parcel* repl
         return BBinder::onTransact(code, data, reply, flags);
     }
     if (!data.enforceInterface(IDABPlayer::descriptor)) return PERMISSION_DENIED;
-    auto s = [&](auto op) { return serve(*this, op, data, reply); };
+    auto s = [&](const char* name, auto op) { return serve(*this, name, op, data, reply); };
     switch (code) {
-        case MANUAL_UP: return s(&IDABPlayer::manualUp);
-        case MANUAL_DOWN: return s(&IDABPlayer::manualDown);
-        case PRESET_SEEK_UP: return s(&IDABPlayer::presetSeekUp);
-        case PRESET_SEEK_DOWN: return s(&IDABPlayer::presetSeekDown);
-        case SWITCH_BAND: return s(&IDABPlayer::switchBand);
-        case RECALL: return s(&IDABPlayer::recall);
-        case PRESET_LIST_RECALL: return s(&IDABPlayer::presetListRecall);
-        case PRESET_UP_RECALL: return s(&IDABPlayer::presetUpRecall);
-        case PRESET_DOWN_RECALL: return s(&IDABPlayer::presetDownRecall);
-        case SERVICE_LIST_RECALL: return s(&IDABPlayer::serviceListRecall);
-        case PTY_NEWSINFO_LIST_RECALL: return s(&IDABPlayer::ptyNewsinfoListRecall);
-        case PTY_POPULAR_LIST_RECALL: return s(&IDABPlayer::ptyPopularListRecall);
-        case PTY_CLASSICS_LIST_RECALL: return s(&IDABPlayer::ptyClassicsListRecall);
-        case PTY_OTHERS_LIST_RECALL: return s(&IDABPlayer::ptyOthersListRecall);
-        case ENSEMBLE_LIST_RECALL: return s(&IDABPlayer::ensembleListRecall);
-        case MEMORY: return s(&IDABPlayer::memory);
-        case PRESET_LIST_MEMORY: return s(&IDABPlayer::presetListMemory);
-        case REQUEST_PRESET_LIST: return s(&IDABPlayer::requestPresetList);
-        case TIME_SHIFT_PLAY: return s(&IDABPlayer::timeShiftPlay);
-        case TIME_SHIFT_PAUSE: return s(&IDABPlayer::timeShiftPause);
-        case TIME_SEEK: return s(&IDABPlayer::timeSeek);
-        case REQUEST_DYNAMIC_TEXT: return s(&IDABPlayer::requestDynamicText);
-        case REQUEST_SERVICE_LIST_UPDATE: return s(&IDABPlayer::requestServiceListUpdate);
-        case CANCEL_SERVICE_LIST_UPDATE: return s(&IDABPlayer::cancelServiceListUpdate);
-        case REQUEST_SERVICE_COMP_LIST: return s(&IDABPlayer::requestServiceCompList);
-        case REQUEST_ENSEMBLE_LIST: return s(&IDABPlayer::requestEnsembleList);
-        case REQUEST_PTY_SECOND_LIST: return s(&IDABPlayer::requestPTYSecondList);
-        case REQUEST_ENSEMBLE_SECOND_LIST: return s(&IDABPlayer::requestEnsembleSecondList);
-        case ABC_SEARCH: return s(&IDABPlayer::abcSearch);
-        case ABC_SEARCH_CANCEL: return s(&IDABPlayer::abcSearchCancel);
-        case GET_BAND: return s(&IDABPlayer::getBand);
-        case GET_PRESET_NUM: return s(&IDABPlayer::getPresetNum);
-        case GET_FREQUENCE: return s(&IDABPlayer::getFrequence);
-        case GET_FREQ_STRING: return s(&IDABPlayer::getFreqString);
-        case GET_BLOCK_ID: return s(&IDABPlayer::getBlockId);
-        case GET_SIGNAL_LEVEL: return s(&IDABPlayer::getSignalLevel);
-        case GET_FM_LINK: return s(&IDABPlayer::getFmLink);
-        case GET_BIT_PER_SECOND: return s(&IDABPlayer::getBitPerSecond);
-        case GET_PTY_TYPE: return s(&IDABPlayer::getPtyType);
-        case GET_ENSEMBLE_LABEL: return s(&IDABPlayer::getEnsembleLabel);
-        case GET_SERVICE_LABEL: return s(&IDABPlayer::getServiceLabel);
-        case GET_COMP_LABEL: return s(&IDABPlayer::getCompLabel);
-        case GET_COMP_TOTAL: return s(&IDABPlayer::getCompTotal);
-        case GET_COMP_NUM: return s(&IDABPlayer::getCompNum);
-        case GET_PLAYBACK_STATUS: return s(&IDABPlayer::getPlaybackStatus);
-        case GET_TOTAL_TIME: return s(&IDABPlayer::getTotalTime);
-        case GET_CACHE_TIME: return s(&IDABPlayer::getCacheTime);
-        case GET_PAUSE_TIME: return s(&IDABPlayer::getPauseTime);
-        case GET_DYNAMIC_TEXT: return s(&IDABPlayer::getDynamicText);
-        case GET_SERVICE_LIST_ITEM: return s(&IDABPlayer::getServiceListItem);
-        case GET_PTY_POPULAR_LIST_ITEM: return s(&IDABPlayer::getPtyPopularListItem);
-        case GET_PTY_CLASSICS_LIST_ITEM: return s(&IDABPlayer::getPtyClassicsListItem);
-        case GET_PTY_NEWSINFO_LIST_ITEM: return s(&IDABPlayer::getPtyNewsinfoListItem);
-        case GET_PTY_OTHERS_LIST_ITEM: return s(&IDABPlayer::getPtyOthersListItem);
-        case GET_ENSEMBLE_COMP_LIST_ITEM: return s(&IDABPlayer::getEnsembleCompListItem);
-        case GET_ENSEMBLE_LIST_ITEM: return s(&IDABPlayer::getEnsembleListItem);
-        case GET_PRESET_LIST_ITEM: return s(&IDABPlayer::getPresetListItem);
-        case GET_LOGIC_MODE: return s(&IDABPlayer::getLogicMode);
-        case GET_ERROR: return s(&IDABPlayer::getError);
-        case GET_REAL_ERROR: return s(&IDABPlayer::getRealError);
-        case GET_NM: return s(&IDABPlayer::getNm);
-        case GET_DISPLAY_FORMAT: return s(&IDABPlayer::getDisplayFormat);
-        case GET_ANT_STATUS: return s(&IDABPlayer::getAntStatus);
-        case TO_NORMAL_VIEW: return s(&IDABPlayer::toNormalView);
-        case TO_LIVE: return s(&IDABPlayer::toLive);
-        case TIME_SHIFT: return s(&IDABPlayer::timeShift);
-        case ABC_SEARCH_ON: return s(&IDABPlayer::abcSearchOn);
-        case ABC_SEARCH_OFF: return s(&IDABPlayer::abcSearchOff);
-        case SET_DISPLAY_FORMAT: return s(&IDABPlayer::setDisplayFormat);
+        case MANUAL_UP: return s("manualUp", &IDABPlayer::manualUp);
+        case MANUAL_DOWN: return s("manualDown", &IDABPlayer::manualDown);
+        case PRESET_SEEK_UP: return s("presetSeekUp", &IDABPlayer::presetSeekUp);
+        case PRESET_SEEK_DOWN: return s("presetSeekDown", &IDABPlayer::presetSeekDown);
+        case SWITCH_BAND: return s("switchBand", &IDABPlayer::switchBand);
+        case RECALL: return s("recall", &IDABPlayer::recall);
+        case PRESET_LIST_RECALL: return s("presetListRecall", &IDABPlayer::presetListRecall);
+        case PRESET_UP_RECALL: return s("presetUpRecall", &IDABPlayer::presetUpRecall);
+        case PRESET_DOWN_RECALL: return s("presetDownRecall", &IDABPlayer::presetDownRecall);
+        case SERVICE_LIST_RECALL: return s("serviceListRecall", &IDABPlayer::serviceListRecall);
+        case PTY_NEWSINFO_LIST_RECALL: return s("ptyNewsinfoListRecall", &IDABPlayer::ptyNewsinfoListRecall);
+        case PTY_POPULAR_LIST_RECALL: return s("ptyPopularListRecall", &IDABPlayer::ptyPopularListRecall);
+        case PTY_CLASSICS_LIST_RECALL: return s("ptyClassicsListRecall", &IDABPlayer::ptyClassicsListRecall);
+        case PTY_OTHERS_LIST_RECALL: return s("ptyOthersListRecall", &IDABPlayer::ptyOthersListRecall);
+        case ENSEMBLE_LIST_RECALL: return s("ensembleListRecall", &IDABPlayer::ensembleListRecall);
+        case MEMORY: return s("memory", &IDABPlayer::memory);
+        case PRESET_LIST_MEMORY: return s("presetListMemory", &IDABPlayer::presetListMemory);
+        case REQUEST_PRESET_LIST: return s("requestPresetList", &IDABPlayer::requestPresetList);
+        case TIME_SHIFT_PLAY: return s("timeShiftPlay", &IDABPlayer::timeShiftPlay);
+        case TIME_SHIFT_PAUSE: return s("timeShiftPause", &IDABPlayer::timeShiftPause);
+        case TIME_SEEK: return s("timeSeek", &IDABPlayer::timeSeek);
+        case REQUEST_DYNAMIC_TEXT: return s("requestDynamicText", &IDABPlayer::requestDynamicText);
+        case REQUEST_SERVICE_LIST_UPDATE: return s("requestServiceListUpdate", &IDABPlayer::requestServiceListUpdate);
+        case CANCEL_SERVICE_LIST_UPDATE: return s("cancelServiceListUpdate", &IDABPlayer::cancelServiceListUpdate);
+        case REQUEST_SERVICE_COMP_LIST: return s("requestServiceCompList", &IDABPlayer::requestServiceCompList);
+        case REQUEST_ENSEMBLE_LIST: return s("requestEnsembleList", &IDABPlayer::requestEnsembleList);
+        case REQUEST_PTY_SECOND_LIST: return s("requestPTYSecondList", &IDABPlayer::requestPTYSecondList);
+        case REQUEST_ENSEMBLE_SECOND_LIST: return s("requestEnsembleSecondList", &IDABPlayer::requestEnsembleSecondList);
+        case ABC_SEARCH: return s("abcSearch", &IDABPlayer::abcSearch);
+        case ABC_SEARCH_CANCEL: return s("abcSearchCancel", &IDABPlayer::abcSearchCancel);
+        case GET_BAND: return s("getBand", &IDABPlayer::getBand);
+        case GET_PRESET_NUM: return s("getPresetNum", &IDABPlayer::getPresetNum);
+        case GET_FREQUENCE: return s("getFrequence", &IDABPlayer::getFrequence);
+        case GET_FREQ_STRING: return s("getFreqString", &IDABPlayer::getFreqString);
+        case GET_BLOCK_ID: return s("getBlockId", &IDABPlayer::getBlockId);
+        case GET_SIGNAL_LEVEL: return s("getSignalLevel", &IDABPlayer::getSignalLevel);
+        case GET_FM_LINK: return s("getFmLink", &IDABPlayer::getFmLink);
+        case GET_BIT_PER_SECOND: return s("getBitPerSecond", &IDABPlayer::getBitPerSecond);
+        case GET_PTY_TYPE: return s("getPtyType", &IDABPlayer::getPtyType);
+        case GET_ENSEMBLE_LABEL: return s("getEnsembleLabel", &IDABPlayer::getEnsembleLabel);
+        case GET_SERVICE_LABEL: return s("getServiceLabel", &IDABPlayer::getServiceLabel);
+        case GET_COMP_LABEL: return s("getCompLabel", &IDABPlayer::getCompLabel);
+        case GET_COMP_TOTAL: return s("getCompTotal", &IDABPlayer::getCompTotal);
+        case GET_COMP_NUM: return s("getCompNum", &IDABPlayer::getCompNum);
+        case GET_PLAYBACK_STATUS: return s("getPlaybackStatus", &IDABPlayer::getPlaybackStatus);
+        case GET_TOTAL_TIME: return s("getTotalTime", &IDABPlayer::getTotalTime);
+        case GET_CACHE_TIME: return s("getCacheTime", &IDABPlayer::getCacheTime);
+        case GET_PAUSE_TIME: return s("getPauseTime", &IDABPlayer::getPauseTime);
+        case GET_DYNAMIC_TEXT: return s("getDynamicText", &IDABPlayer::getDynamicText);
+        case GET_SERVICE_LIST_ITEM: return s("getServiceListItem", &IDABPlayer::getServiceListItem);
+        case GET_PTY_POPULAR_LIST_ITEM: return s("getPtyPopularListItem", &IDABPlayer::getPtyPopularListItem);
+        case GET_PTY_CLASSICS_LIST_ITEM: return s("getPtyClassicsListItem", &IDABPlayer::getPtyClassicsListItem);
+        case GET_PTY_NEWSINFO_LIST_ITEM: return s("getPtyNewsinfoListItem", &IDABPlayer::getPtyNewsinfoListItem);
+        case GET_PTY_OTHERS_LIST_ITEM: return s("getPtyOthersListItem", &IDABPlayer::getPtyOthersListItem);
+        case GET_ENSEMBLE_COMP_LIST_ITEM: return s("getEnsembleCompListItem", &IDABPlayer::getEnsembleCompListItem);
+        case GET_ENSEMBLE_LIST_ITEM: return s("getEnsembleListItem", &IDABPlayer::getEnsembleListItem);
+        case GET_PRESET_LIST_ITEM: return s("getPresetListItem", &IDABPlayer::getPresetListItem);
+        case GET_LOGIC_MODE: return s("getLogicMode", &IDABPlayer::getLogicMode);
+        case GET_ERROR: return s("getError", &IDABPlayer::getError);
+        case GET_REAL_ERROR: return s("getRealError", &IDABPlayer::getRealError);
+        case GET_NM: return s("getNm", &IDABPlayer::getNm);
+        case GET_DISPLAY_FORMAT: return s("getDisplayFormat", &IDABPlayer::getDisplayFormat);
+        case GET_ANT_STATUS: return s("getAntStatus", &IDABPlayer::getAntStatus);
+        case TO_NORMAL_VIEW: return s("toNormalView", &IDABPlayer::toNormalView);
+        case TO_LIVE: return s("toLive", &IDABPlayer::toLive);
+        case TIME_SHIFT: return s("timeShift", &IDABPlayer::timeShift);
+        case ABC_SEARCH_ON: return s("abcSearchOn", &IDABPlayer::abcSearchOn);
+        case ABC_SEARCH_OFF: return s("abcSearchOff", &IDABPlayer::abcSearchOff);
+        case SET_DISPLAY_FORMAT: return s("setDisplayFormat", &IDABPlayer::setDisplayFormat);
         case SET_CLIENT_LISTENER: {
             sp<IBinder> client;
             if (data.readStrongBinder(&client) != NO_ERROR) return BAD_VALUE;
+            RecordingPlayerCalls* recording = RecordingPlayerCalls::get();
+            const uint64_t token =
+                    recording != nullptr ? recording->settingListener(IInterface::asBinder(this).get(), client) : 0;
             const int status = setClientListener(interface_cast<IDABPlayerClient>(client));
+            if (recording != nullptr) recording->finished(token);
             return reply != nullptr ? reply->writeInt32(status) : NO_ERROR;
         }
         default: return BBinder::onTransact(code, data, reply, flags);

@@ -1,5 +1,7 @@
 #include <dabplayer/IDABPlayerService.h>
 
+#include "RecordingPlayerCalls.h"
+
 namespace android {
 
 namespace {
@@ -33,7 +35,10 @@ status_t BnDABPlayerService::onTransact(uint32_t code, const Parcel& data, Parce
     if (data.readInt32(&pid) != NO_ERROR || data.readStrongBinder(&client) != NO_ERROR) {
         return BAD_VALUE;
     }
+    RecordingPlayerCalls* recording = RecordingPlayerCalls::get();
+    const uint64_t token = recording != nullptr ? recording->connecting() : 0;
     sp<IDABPlayer> player = createClient(pid, interface_cast<IDABPlayerClient>(client));
+    if (recording != nullptr) recording->connected(token, client, IInterface::asBinder(player));
     return reply != nullptr ? reply->writeStrongBinder(IInterface::asBinder(player)) : NO_ERROR;
 }
 

@@ -1,4 +1,5 @@
 #include "MediaDataBackend.h"
+#include "RecordingMediaDataBackend.h"
 
 #include <cstdlib>
 #include <mutex>
@@ -21,9 +22,14 @@ void MediaDataBackend::setCurrent(const sp<MediaDataBackend>& backend) {
 }
 
 sp<MediaDataBackend> MediaDataBackend::current() {
-    std::lock_guard<std::mutex> lock(gBackendLock);
-    if (gCurrent == nullptr) gCurrent = new MediaDataBackend();
-    return gCurrent;
+    sp<MediaDataBackend> backend;
+    {
+        std::lock_guard<std::mutex> lock(gBackendLock);
+        if (gCurrent == nullptr) gCurrent = new MediaDataBackend();
+        backend = gCurrent;
+    }
+    // DAB_RECORD: the session recorder stands in front of whichever backend is installed.
+    return RecordingMediaDataBackend::wrapIfRecording(backend);
 }
 
 void* MediaDataClient::operator new(std::size_t size) noexcept {

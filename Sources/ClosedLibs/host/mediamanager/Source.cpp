@@ -1,4 +1,5 @@
 #include "MediaManagerBackend.h"
+#include "RecordingMediaManagerBackend.h"
 
 #include <binder/Parcel.h>
 #include <mediamanager/Source.h>
@@ -24,9 +25,14 @@ void MediaManagerBackend::setCurrent(const sp<MediaManagerBackend>& backend) {
 }
 
 sp<MediaManagerBackend> MediaManagerBackend::current() {
-    std::lock_guard<std::mutex> lock(gBackendLock);
-    if (gCurrent == nullptr) gCurrent = new MediaManagerBackend();
-    return gCurrent;
+    sp<MediaManagerBackend> backend;
+    {
+        std::lock_guard<std::mutex> lock(gBackendLock);
+        if (gCurrent == nullptr) gCurrent = new MediaManagerBackend();
+        backend = gCurrent;
+    }
+    // DAB_RECORD: the session recorder stands in front of whichever backend is installed.
+    return RecordingMediaManagerBackend::wrapIfRecording(backend);
 }
 
 sp<Source> Source::create(String8& name, const sp<ISourceListener>& listener) {

@@ -1,4 +1,5 @@
 #include "SysCtrlBackend.h"
+#include "RecordingSysCtrlBackend.h"
 
 #include <mutex>
 
@@ -21,9 +22,14 @@ void SysCtrlBackend::setCurrent(const sp<SysCtrlBackend>& backend) {
 }
 
 sp<SysCtrlBackend> SysCtrlBackend::current() {
-    std::lock_guard<std::mutex> lock(gBackendLock);
-    if (gCurrent == nullptr) gCurrent = new SysCtrlBackend();
-    return gCurrent;
+    sp<SysCtrlBackend> backend;
+    {
+        std::lock_guard<std::mutex> lock(gBackendLock);
+        if (gCurrent == nullptr) gCurrent = new SysCtrlBackend();
+        backend = gCurrent;
+    }
+    // DAB_RECORD: the session recorder stands in front of whichever backend is installed.
+    return RecordingSysCtrlBackend::wrapIfRecording(backend);
 }
 
 SysCtrlManagerIF::SysCtrlManagerIF(SysCtrlManagerListenerBase* listener) : mListener(listener) {}
