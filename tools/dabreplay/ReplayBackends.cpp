@@ -5,16 +5,24 @@
 #include <binder/Parcel.h>
 
 #include <cstring>
+#include <thread>
 
 using namespace android;
 
 ReplayMediaManager::ReplayMediaManager(ReplayTranscript* transcript) : mTranscript(transcript) {}
 
+bool ReplayMediaManager::failsLocked(const std::map<std::string, bool>& fails, const std::string& source) const {
+    auto own = fails.find(source);
+    if (own != fails.end()) return own->second;
+    auto all = fails.find("");
+    return all != fails.end() && all->second;
+}
+
 bool ReplayMediaManager::createSource(const String8& name, const sp<ISourceListener>& listener) {
     bool ok;
     {
         std::lock_guard<std::mutex> lock(mLock);
-        ok = !mCreateFails;
+        ok = !failsLocked(mCreateFails, name.string());
         if (ok) mListeners[name.string()] = listener;
     }
     mTranscript->add(std::string("mm create ") + name.string() + " = " + (ok ? "ok" : "null"));
@@ -22,8 +30,13 @@ bool ReplayMediaManager::createSource(const String8& name, const sp<ISourceListe
 }
 
 int ReplayMediaManager::registerSource(const String8& name, int code, Parcel*) {
-    mTranscript->add(std::string("mm ") + name.string() + " register " + std::to_string(code));
-    return 0;
+    bool fails;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        fails = failsLocked(mRegisterFails, name.string());
+    }
+    mTranscript->add(std::string("mm ") + name.string() + " register " + std::to_string(code) + (fails ? " = -1" : ""));
+    return fails ? -1 : 0;
 }
 
 int ReplayMediaManager::publishMediaInfo(const String8& name, const MediaInfoParcel& info) {
@@ -41,13 +54,30 @@ int ReplayMediaManager::publishMediaInfo(const String8& name, const MediaInfoPar
 }
 
 int ReplayMediaManager::setMediaStatus(const String8& name, MediaStatus status) {
-    mTranscript->add(std::string("mm ") + name.string() + " status " + std::to_string(status));
-    return 0;
+    bool fails;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        fails = failsLocked(mStatusFails, name.string());
+    }
+    mTranscript->add(std::string("mm ") + name.string() + " status " + std::to_string(status) + (fails ? " = -1" : ""));
+    return fails ? -1 : 0;
 }
 
-void ReplayMediaManager::setCreateFails(bool fails) {
+void ReplayMediaManager::setCreateFails(const std::string& source, bool fails) {
     std::lock_guard<std::mutex> lock(mLock);
-    mCreateFails = fails;
+    // A setting for every source replaces the sources' own.
+    if (source.empty()) mCreateFails.clear();
+    mCreateFails[source] = fails;
+}
+
+void ReplayMediaManager::setRegisterFails(const std::string& source, bool fails) {
+    std::lock_guard<std::mutex> lock(mLock);
+    mRegisterFails[source] = fails;
+}
+
+void ReplayMediaManager::setStatusFails(const std::string& source, bool fails) {
+    std::lock_guard<std::mutex> lock(mLock);
+    mStatusFails[source] = fails;
 }
 
 sp<ISourceListener> ReplayMediaManager::listener(const std::string& name) {
@@ -132,14 +162,46 @@ ReplayClient::ReplayClient(ReplayTranscript* transcript, int index)
     : mTranscript(transcript), mIndex(index) {}
 
 void ReplayClient::notify(int msg, int ext1, int ext2, const Parcel* obj) {
+    int slowMs;
+    {
+        std::lock_guard<std::mutex> lock(mLock);
+        if (mDead) return;
+        slowMs = mSlowMs;
+    }
     std::string line = "client" + std::to_string(mIndex) + " notify " + std::to_string(msg) + " " +
                        std::to_string(ext1) + " " + std::to_string(ext2);
-    if (obj != nullptr) {
-        size_t pos = obj->dataPosition();
-        obj->setDataPosition(0);
-        const char* s = obj->readCString();
-        obj->setDataPosition(pos);
-        line += " " + quoteBytes(s ? s : "", s ? strlen(s) : 0);
-    }
+    if (obj != nullptr) line += " " + renderParcel(*obj);
     mTranscript->add(line);
+    if (slowMs > 0) std::this_thread::sleep_for(std::chrono::milliseconds(slowMs));
+}
+
+void ReplayClient::setSlowMs(int ms) {
+    std::lock_guard<std::mutex> lock(mLock);
+    mSlowMs = ms;
+}
+
+void ReplayClient::setDead() {
+    std::lock_guard<std::mutex> lock(mLock);
+    mDead = true;
+}
+
+std::string ReplayClient::renderParcel(const Parcel& parcel) {
+    const size_t pos = parcel.dataPosition();
+    parcel.setDataPosition(0);
+    const char* s = parcel.readCString();
+    std::string out;
+    if (s != nullptr) {
+        out = quoteBytes(s, strlen(s));
+    } else {
+        // Not a C string: nothing was read, all of it is shown below.
+        out = "\"\"";
+        parcel.setDataPosition(0);
+    }
+    const size_t rest = parcel.dataSize() - parcel.dataPosition();
+    if (rest > 0) {
+        const char* bytes = static_cast<const char*>(parcel.readInplace(rest));
+        if (bytes != nullptr) out += " +" + quoteBytes(bytes, rest);
+    }
+    parcel.setDataPosition(pos);
+    return out;
 }

@@ -23,14 +23,21 @@ public:
     int publishMediaInfo(const android::String8& name, const android::MediaInfoParcel& info) override;
     int setMediaStatus(const android::String8& name, android::MediaStatus status) override;
 
-    void setCreateFails(bool fails);
+    // Failures the script injects; source "" means every source.
+    void setCreateFails(const std::string& source, bool fails);
+    void setRegisterFails(const std::string& source, bool fails);
+    void setStatusFails(const std::string& source, bool fails);
     // The listener of the source last created under name, or null.
     android::sp<android::ISourceListener> listener(const std::string& name);
 
 private:
+    bool failsLocked(const std::map<std::string, bool>& fails, const std::string& source) const;
+
     ReplayTranscript* const mTranscript;  // immutable
     std::mutex mLock;                     // guards the fields below
-    bool mCreateFails = false;
+    std::map<std::string, bool> mCreateFails;    // per source, "" for all
+    std::map<std::string, bool> mRegisterFails;
+    std::map<std::string, bool> mStatusFails;
     std::map<std::string, android::sp<android::ISourceListener>> mListeners;
 };
 
@@ -73,15 +80,26 @@ private:
     ReplayTranscript* const mTranscript;
 };
 
-// An application's callback: every notification becomes "client<n> notify ...".
+// An application's callback: every notification becomes "client<n> notify ...". The script
+// can make it slow (it blocks the service's calling thread) or dead (it takes nothing more).
 class ReplayClient : public android::BnDABPlayerClient {
 public:
     ReplayClient(ReplayTranscript* transcript, int index);
+    // The service's threads; blocks for the slowness the script set.
     void notify(int msg, int ext1, int ext2, const android::Parcel* obj) override;
+    // Script thread; non-blocking.
+    void setSlowMs(int ms);
+    void setDead();
+
+    // Everything a parcel holds: its first C string quoted, then any bytes after it.
+    static std::string renderParcel(const android::Parcel& parcel);
 
 private:
-    ReplayTranscript* const mTranscript;
-    const int mIndex;
+    ReplayTranscript* const mTranscript;  // immutable
+    const int mIndex;                     // immutable
+    std::mutex mLock;                     // guards the fields below
+    int mSlowMs = 0;
+    bool mDead = false;
 };
 
 #endif  // DAB_TOOLS_REPLAYBACKENDS_H

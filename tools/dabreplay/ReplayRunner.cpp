@@ -1,20 +1,19 @@
 #include "ReplayRunner.h"
 
 #include "DABServiceStartup.h"
-#include "FakeTuner.h"
 #include "HostLog.h"
 #include "ReplayBackends.h"
 #include "ReplayOperations.h"
+#include "ReplayStepCheck.h"
+#include "ReplayTuner.h"
 
 #include <binder/IServiceManager.h>
 #include <binder/Parcel.h>
 #include <dabplayer/IDABPlayerService.h>
 
-#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <map>
-#include <set>
 #include <thread>
 #include <unistd.h>
 
@@ -22,163 +21,12 @@ using namespace android;
 
 namespace {
 
-const std::set<std::string> kGetters = {
-    "getBand", "getPchNum", "getNmValue", "getLogicMode", "getErrorInfo", "getAntStatus",
-    "getSignalLevel", "getFmLink", "getBitRate", "getComponentTotal", "getComponentNum",
-    "getTsStatus", "getTsAllTime", "getTsDelayTime", "getTsSetTime"};
-
-bool toInt(const std::string& s, long* out) {
-    if (s.empty()) return false;
-    char* end = nullptr;
-    long v = strtol(s.c_str(), &end, 0);
-    if (*end != '\0') return false;
-    *out = v;
-    return true;
-}
-
-// key=value words of the record steps.
-bool keyValues(const ReplayStep& step, size_t from, const std::set<std::string>& numeric,
-               const std::string& textKey, std::map<std::string, long>* nums, std::string* text,
-               std::string* problem) {
-    for (size_t i = from; i < step.words.size(); ++i) {
-        const std::string& w = step.words[i];
-        size_t eq = w.find('=');
-        if (eq == std::string::npos) {
-            *problem = "expected key=value: '" + w + "'";
-            return false;
-        }
-        std::string key = w.substr(0, eq), value = w.substr(eq + 1);
-        if (key == textKey) {
-            *text = value;
-        } else if (numeric.count(key)) {
-            long v;
-            if (!toInt(value, &v)) {
-                *problem = "not a number: '" + value + "'";
-                return false;
-            }
-            (*nums)[key] = v;
-        } else {
-            *problem = "unknown key '" + key + "'";
-            return false;
-        }
-    }
-    return true;
-}
-
-bool needInts(const ReplayStep& s, size_t from, size_t count, std::string* problem) {
-    if (s.words.size() != from + count) {
-        *problem = s.words[0] + ": expected " + std::to_string(count) + " argument(s)";
-        return false;
-    }
-    for (size_t i = from; i < s.words.size(); ++i) {
-        long v;
-        if (!toInt(s.words[i], &v)) {
-            *problem = "not a number: '" + s.words[i] + "'";
-            return false;
-        }
-    }
-    return true;
-}
-
-bool isSource(const std::string& s) { return s == "dab" || s == "tadab"; }
-
-bool checkStep(const ReplayStep& s, std::string* problem) {
-    const std::vector<std::string>& w = s.words;
-    const std::string& cmd = w[0];
-    if (cmd == "tuner") {
-        if (w.size() < 2) return *problem = "tuner: what?", false;
-        if (kGetters.count(w[1])) return needInts(s, 2, 1, problem);
-        if (w[1] == "title") {
-            if (w.size() != 5 || !s.quoted[4]) return *problem = "tuner title <kind> <charset> \"<text>\"", false;
-            long kind;
-            if (!toInt(w[2], &kind) || kind < 0 || kind > 2) return *problem = "title kind must be 0, 1 or 2", false;
-            long cs;
-            if (!toInt(w[3], &cs)) return *problem = "not a number: '" + w[3] + "'", false;
-            if (w[4].size() > 16) return *problem = "title longer than 16 bytes", false;
-            return true;
-        }
-        if (w[1] == "dls") {
-            if (w.size() != 6 || !s.quoted[5]) return *problem = "tuner dls <charset> <length> <segment> \"<text>\"", false;
-            for (int i = 2; i < 5; ++i) {
-                long v;
-                if (!toInt(w[i], &v)) return *problem = "not a number: '" + w[i] + "'", false;
-            }
-            if (w[5].size() > 64) return *problem = "dls segment longer than 64 bytes", false;
-            return true;
-        }
-        std::map<std::string, long> nums;
-        std::string text;
-        if (w[1] == "pch") {
-            if (!keyValues(s, 2, {"valid", "band", "pch", "nm", "encode"}, "label", &nums, &text, problem)) return false;
-            if (text.size() > 16) return *problem = "label longer than 16 bytes", false;
-            return true;
-        }
-        if (w[1] == "svc") {
-            if (!keyValues(s, 2, {"valid", "all", "pos", "listall", "listpos", "nm", "eid", "sid", "scid", "code"},
-                           "label", &nums, &text, problem)) return false;
-            if (text.size() > 16) return *problem = "label longer than 16 bytes", false;
-            return true;
-        }
-        return *problem = "unknown tuner step '" + w[1] + "'", false;
-    }
-    if (cmd == "notify") return needInts(s, 1, 2, problem);
-    if (cmd == "client") {
-        long n;
-        if (w.size() < 3 || !toInt(w[1], &n) || n < 1) return *problem = "client <n> connect|listener on|listener off|drop", false;
-        if (w[2] == "connect" || w[2] == "drop") return w.size() == 3 || (*problem = "too many arguments", false);
-        if (w[2] == "listener" && w.size() == 4 && (w[3] == "on" || w[3] == "off")) return true;
-        return *problem = "client <n> connect|listener on|listener off|drop", false;
-    }
-    if (cmd == "call") {
-        long n;
-        if (w.size() < 3 || !toInt(w[1], &n) || n < 1) return *problem = "call <n> <operation> [args]", false;
-        return checkReplayCall(std::vector<std::string>(w.begin() + 2, w.end()), problem);
-    }
-    if (cmd == "mm") {
-        if (w.size() >= 2 && w[1] == "create") {
-            return (w.size() == 3 && (w[2] == "fail" || w[2] == "ok")) || (*problem = "mm create fail|ok", false);
-        }
-        if (w.size() < 3 || !isSource(w[2])) return *problem = "mm <action> dab|tadab ...", false;
-        if (w[1] == "activate" || w[1] == "deactivate" || w[1] == "release") return needInts(s, 3, 1, problem);
-        if (w[1] == "request-info") return w.size() == 3 || (*problem = "too many arguments", false);
-        if (w[1] == "notify") {
-            if (w.size() == 6) return needInts(s, 3, 3, problem);
-            return needInts(s, 3, 4, problem);
-        }
-        return *problem = "unknown mm step '" + w[1] + "'", false;
-    }
-    if (cmd == "sys") {
-        return (w.size() == 2 && (w[1] == "resume" || w[1] == "suspend")) || (*problem = "sys resume|suspend", false);
-    }
-    if (cmd == "mediadata") {
-        return (w.size() == 3 && w[1] == "create" && (w[2] == "fail" || w[2] == "ok")) ||
-               (*problem = "mediadata create fail|ok", false);
-    }
-    if (cmd == "start") return w.size() == 1 || (*problem = "start takes no arguments", false);
-    if (cmd == "sleep") return needInts(s, 1, 1, problem);
-    if (cmd == "await") {
-        if (w.size() < 2 || w.size() > 3) return *problem = "await <transcript-prefix> [<ms>]", false;
-        long v;
-        if (w.size() == 3 && !toInt(w[2], &v)) return *problem = "not a number: '" + w[2] + "'", false;
-        return true;
-    }
-    return *problem = "unknown step '" + cmd + "'", false;
-}
-
-std::string escapeLog(const std::string& m) {
-    std::string out;
-    for (char c : m) {
-        if (c == '\r') out += "\\r";
-        else if (c == '\n') out += "\\n";
-        else out += c;
-    }
-    return out;
-}
+constexpr long kDefaultWaitMs = 3000;
 
 class Replay {
 public:
-    explicit Replay(bool withLog) : mTranscript(stdout) {
-        mTuner = new FakeTuner();
+    Replay(bool withLog, ReplayTranscript* transcript) : mTranscript(*transcript) {
+        mTuner = new ReplayTuner();
         mMediaManager = new ReplayMediaManager(&mTranscript);
         mMediaData = new ReplayMediaData(&mTranscript);
         mSysCtrl = new ReplaySysCtrl(&mTranscript);
@@ -193,8 +41,8 @@ public:
             HostLog::setSink([this](const HostLog::Line& l) {
                 static const char kLetters[] = "??VDIWEF";
                 char p = (l.priority >= 2 && l.priority <= 7) ? kLetters[l.priority] : '?';
-                mTranscript.add(std::string("log ") + p + " " + (l.hasTag ? l.tag : "-") + " " +
-                                escapeLog(l.message));
+                mTranscript.add(std::string("log ") + p + " " + (l.hasTag ? escapeBytes(l.tag.data(), l.tag.size()) : "-") +
+                                " " + escapeBytes(l.message.data(), l.message.size()));
             });
         } else {
             HostLog::setSink([](const HostLog::Line&) {});
@@ -205,8 +53,12 @@ public:
         for (const ReplayStep& s : steps) {
             std::string problem;
             int status = step(s, &problem);
+            if (status == REPLAY_SCRIPT_ERROR) {
+                *error = s.file + ":" + std::to_string(s.line) + ": " + problem;
+            } else if (status != REPLAY_OK) {
+                *error = "error: " + problem;
+            }
             if (status != REPLAY_OK) {
-                *error = std::to_string(s.line) + ": " + problem;
                 mTranscript.flush();
                 return status;
             }
@@ -216,19 +68,29 @@ public:
     }
 
 private:
+    static ReplayPattern pattern(const ReplayStep& s) {
+        ReplayPattern p;
+        std::string unused;
+        p.set(s.words[1], s.quoted[1], &unused);
+        return p;
+    }
+
+    static std::chrono::milliseconds waitMs(const ReplayStep& s) {
+        return std::chrono::milliseconds(s.words.size() == 3 ? replayNumber(s.words[2]) : kDefaultWaitMs);
+    }
+
     int step(const ReplayStep& s, std::string* problem) {
         const std::vector<std::string>& w = s.words;
         const std::string& cmd = w[0];
-        if (cmd == "tuner") return tunerStep(s);
+        if (cmd == "tuner") return tunerStep(s, 1, false);
+        if (cmd == "list") return listStep(s);
         if (cmd == "notify") {
-            mTuner->notify(static_cast<int>(strtol(w[1].c_str(), nullptr, 0)),
-                           static_cast<int>(strtol(w[2].c_str(), nullptr, 0)));
+            mTuner->notify(static_cast<int>(replayNumber(w[1])), static_cast<int>(replayNumber(w[2])));
             return REPLAY_OK;
         }
         if (cmd == "client") return clientStep(s, problem);
         if (cmd == "call") {
-            int n = atoi(w[1].c_str());
-            auto it = mPlayers.find(n);
+            auto it = mPlayers.find(atoi(w[1].c_str()));
             if (it == mPlayers.end()) {
                 *problem = "client " + w[1] + " is not connected";
                 return REPLAY_SCRIPT_ERROR;
@@ -257,13 +119,33 @@ private:
             return REPLAY_OK;
         }
         if (cmd == "sleep") {
-            std::this_thread::sleep_for(std::chrono::milliseconds(atol(w[1].c_str())));
+            std::this_thread::sleep_for(std::chrono::milliseconds(replayNumber(w[1])));
+            return REPLAY_OK;
+        }
+        if (cmd == "mark") {
+            std::string line = "mark";
+            for (size_t i = 1; i < w.size(); ++i) line += " " + w[i];
+            mTranscript.add(line);
             return REPLAY_OK;
         }
         if (cmd == "await") {
-            long ms = w.size() == 3 ? atol(w[2].c_str()) : 3000;
-            if (!mTranscript.await(w[1], std::chrono::milliseconds(ms))) {
-                *problem = w[1];
+            if (!mTranscript.await(pattern(s), waitMs(s))) {
+                *problem = "await timed out: " + w[1];
+                return REPLAY_AWAIT_TIMED_OUT;
+            }
+            return REPLAY_OK;
+        }
+        if (cmd == "expect") {
+            if (!mTranscript.expect(pattern(s), mTranscript.size(), waitMs(s))) {
+                *problem = "expect timed out: " + w[1];
+                return REPLAY_AWAIT_TIMED_OUT;
+            }
+            return REPLAY_OK;
+        }
+        if (cmd == "quiet") {
+            std::string line;
+            if (!mTranscript.quiet(pattern(s), mTranscript.size(), waitMs(s), &line)) {
+                *problem = "quiet broken by: " + line;
                 return REPLAY_AWAIT_TIMED_OUT;
             }
             return REPLAY_OK;
@@ -272,49 +154,45 @@ private:
         return REPLAY_SCRIPT_ERROR;
     }
 
-    int tunerStep(const ReplayStep& s) {
+    int tunerStep(const ReplayStep& s, size_t at, bool append) {
         const std::vector<std::string>& w = s.words;
-        if (kGetters.count(w[1])) {
-            mTuner->setGetter(w[1], static_cast<int>(strtol(w[2].c_str(), nullptr, 0)));
-        } else if (w[1] == "title") {
-            mTuner->setTitle(atoi(w[2].c_str()), static_cast<uint32_t>(strtoul(w[3].c_str(), nullptr, 0)),
-                             w[4].data(), w[4].size());
-        } else if (w[1] == "dls") {
-            mTuner->setDls(static_cast<uint32_t>(strtoul(w[2].c_str(), nullptr, 0)),
-                           static_cast<uint8_t>(strtoul(w[3].c_str(), nullptr, 0)),
-                           static_cast<uint8_t>(strtoul(w[4].c_str(), nullptr, 0)), w[5].data(), w[5].size());
+        if (w[at] == "then") return tunerStep(s, at + 1, true);
+        if (w[at] == "answer") {
+            mTuner->setAnswering(w[2] == "on", w.size() == 4 ? static_cast<int>(replayNumber(w[3])) : 0);
+            return REPLAY_OK;
+        }
+        if (replayGetters().count(w[at])) {
+            std::vector<int> values;
+            for (size_t i = at + 1; i < w.size(); ++i) values.push_back(static_cast<int>(replayNumber(w[i])));
+            mTuner->setGetter(w[at], values, append);
+            return REPLAY_OK;
+        }
+        ReplayRecord r;
+        std::string unused;
+        parseReplayRecord(s, at, &r, &unused);
+        if (r.kind == "title") mTuner->setTitle(r.titleKind, r.title, append);
+        if (r.kind == "dls") mTuner->setDls(r.dls, append);
+        if (r.kind == "pch") mTuner->setPch(r.pch, append);
+        if (r.kind == "svc") mTuner->setSvc(r.svc, append);
+        return REPLAY_OK;
+    }
+
+    int listStep(const ReplayStep& s) {
+        const std::vector<std::string>& w = s.words;
+        std::string unused;
+        if (w[1] == "preset") {
+            media_lib_dab::ST_DAB_PCH_LIST_ITEM item;
+            parsePresetEntry(s, 4, &item, &unused);
+            mTuner->setPreset(atoi(w[2].c_str()), atoi(w[3].c_str()), item);
+            return REPLAY_OK;
+        }
+        media_lib_dab::ST_DAB_SVC_LIST_DATA entry;
+        if (w[1] == "service" || w[1] == "ensemble") {
+            parseListEntry(s, 2, &entry, &unused);
+            mTuner->addListEntry(w[1], entry);
         } else {
-            std::map<std::string, long> v;
-            std::string label, problem;
-            if (w[1] == "pch") {
-                keyValues(s, 2, {"valid", "band", "pch", "nm", "encode"}, "label", &v, &label, &problem);
-                media_lib_dab::ST_DAB_PCH_LIST_ITEM item;
-                memset(&item, 0, sizeof(item));
-                item.labelValid = static_cast<uint8_t>(v["valid"]);
-                item.band = static_cast<uint32_t>(v["band"]);
-                item.pchNum = static_cast<uint8_t>(v["pch"]);
-                item.nm = static_cast<uint8_t>(v["nm"]);
-                item.labelEncode = static_cast<uint32_t>(v["encode"]);
-                memcpy(item.label, label.data(), label.size());
-                mTuner->setPchItem(item);
-            } else {
-                keyValues(s, 2, {"valid", "all", "pos", "listall", "listpos", "nm", "eid", "sid", "scid", "code"},
-                          "label", &v, &label, &problem);
-                media_lib_dab::ST_DAB_SVC_LIST_DATA item;
-                memset(&item, 0, sizeof(item));
-                item.valid = static_cast<uint8_t>(v["valid"]);
-                item.curnum_all = static_cast<uint8_t>(v["all"]);
-                item.curnum_pos = static_cast<uint8_t>(v["pos"]);
-                item.listnum_all = static_cast<uint8_t>(v["listall"]);
-                item.listnum_pos = static_cast<uint8_t>(v["listpos"]);
-                item.NM = static_cast<uint8_t>(v["nm"]);
-                item.eid = static_cast<uint16_t>(v["eid"]);
-                item.sid = static_cast<uint32_t>(v["sid"]);
-                item.scid = static_cast<uint32_t>(v["scid"]);
-                item.codeTyped = static_cast<uint32_t>(v["code"]);
-                memcpy(item.label, label.data(), label.size());
-                mTuner->setSvcItem(item);
-            }
+            parseListEntry(s, 3, &entry, &unused);
+            mTuner->addListEntry((w[1] == "pty" ? "pty" : "component") + std::to_string(replayNumber(w[2])), entry);
         }
         return REPLAY_OK;
     }
@@ -331,7 +209,22 @@ private:
             }
             sp<ReplayClient> callback = new ReplayClient(&mTranscript, n);
             mCallbacks[n] = callback;
+            if (w.size() == 4) {
+                // The application's createClient call does not get through: it has no client.
+                mPlayers.erase(n);
+                mTranscript.add("client" + w[1] + " connect = null");
+                return REPLAY_OK;
+            }
             mPlayers[n] = service->createClient(getpid(), callback);
+            if (mPlayers[n] == nullptr) {
+                mPlayers.erase(n);
+                mTranscript.add("client" + w[1] + " connect = null");
+            }
+            return REPLAY_OK;
+        }
+        auto cb = mCallbacks.find(n);
+        if (w[2] == "slow" && cb != mCallbacks.end()) {
+            cb->second->setSlowMs(static_cast<int>(replayNumber(w[3])));
             return REPLAY_OK;
         }
         auto it = mPlayers.find(n);
@@ -343,14 +236,42 @@ private:
             mPlayers.erase(it);
             return REPLAY_OK;
         }
-        it->second->setClientListener(w[3] == "on" ? sp<IDABPlayerClient>(mCallbacks[n]) : nullptr);
+        if (w[2] == "die") {
+            // The process is gone: its callback takes nothing more and its client reference
+            // is released, as the transport does when an application dies.
+            if (cb != mCallbacks.end()) cb->second->setDead();
+            mPlayers.erase(it);
+            mTranscript.add("client" + w[1] + " died");
+            return REPLAY_OK;
+        }
+        if (w[2] == "slow") {
+            *problem = "client " + w[1] + " has no callback";
+            return REPLAY_SCRIPT_ERROR;
+        }
+        sp<IDABPlayerClient> listener;
+        if (w[3] == "on") {
+            listener = cb != mCallbacks.end() ? cb->second : nullptr;
+        } else if (w[3] != "off") {
+            auto other = mCallbacks.find(atoi(w[3].c_str()));
+            if (other == mCallbacks.end()) {
+                *problem = "client " + w[3] + " has no callback";
+                return REPLAY_SCRIPT_ERROR;
+            }
+            listener = other->second;
+        }
+        const int r = it->second->setClientListener(listener);
+        if (r != 0) mTranscript.add("client" + w[1] + " setClientListener = " + std::to_string(r));
         return REPLAY_OK;
     }
 
     int mmStep(const ReplayStep& s, std::string* problem) {
         const std::vector<std::string>& w = s.words;
-        if (w[1] == "create") {
-            mMediaManager->setCreateFails(w[2] == "fail");
+        if (w[1] == "create" || w[1] == "register" || w[1] == "status") {
+            const std::string source = w.size() == 4 ? w[3] : std::string();
+            const bool fails = w[2] == "fail";
+            if (w[1] == "create") mMediaManager->setCreateFails(source, fails);
+            if (w[1] == "register") mMediaManager->setRegisterFails(source, fails);
+            if (w[1] == "status") mMediaManager->setStatusFails(source, fails);
             return REPLAY_OK;
         }
         sp<ISourceListener> listener = mMediaManager->listener(w[2]);
@@ -372,7 +293,7 @@ private:
         } else {
             Parcel data;
             if (w.size() == 7) {
-                data.writeInt32(static_cast<int32_t>(strtol(w[6].c_str(), nullptr, 0)));
+                data.writeInt32(static_cast<int32_t>(replayNumber(w[6])));
                 data.setDataPosition(0);
             }
             listener->onNotify(atoi(w[3].c_str()), atoi(w[4].c_str()), atoi(w[5].c_str()),
@@ -381,8 +302,8 @@ private:
         return REPLAY_OK;
     }
 
-    ReplayTranscript mTranscript;
-    sp<FakeTuner> mTuner;
+    ReplayTranscript& mTranscript;
+    sp<ReplayTuner> mTuner;
     sp<ReplayMediaManager> mMediaManager;
     sp<ReplayMediaData> mMediaData;
     sp<ReplaySysCtrl> mSysCtrl;
@@ -393,19 +314,8 @@ private:
 
 }  // namespace
 
-bool checkReplaySteps(const std::vector<ReplayStep>& steps, std::string* error) {
-    for (const ReplayStep& s : steps) {
-        std::string problem;
-        if (!checkStep(s, &problem)) {
-            *error = std::to_string(s.line) + ": " + problem;
-            return false;
-        }
-    }
-    return true;
-}
-
-int runReplay(const std::vector<ReplayStep>& steps, bool withLog, std::string* error) {
+int runReplay(const std::vector<ReplayStep>& steps, bool withLog, ReplayTranscript* transcript, std::string* error) {
     // The service and its threads live until the process ends, as on the device.
-    Replay* replay = new Replay(withLog);
+    Replay* replay = new Replay(withLog, transcript);
     return replay->run(steps, error);
 }

@@ -79,7 +79,7 @@ bool parseReplayScript(const std::string& text, std::vector<ReplayStep>* steps, 
     int number = 0;
     while (std::getline(in, line)) {
         ++number;
-        ReplayStep step{number, {}, {}};
+        ReplayStep step{number, {}, {}, std::string()};
         std::string problem;
         if (!splitLine(line, &step, &problem)) {
             *error = std::to_string(number) + ": " + problem;
@@ -90,8 +90,10 @@ bool parseReplayScript(const std::string& text, std::vector<ReplayStep>* steps, 
     return true;
 }
 
-std::string quoteBytes(const char* data, size_t len) {
-    std::string out = "\"";
+std::string quoteBytes(const char* data, size_t len) { return "\"" + escapeBytes(data, len) + "\""; }
+
+std::string escapeBytes(const char* data, size_t len) {
+    std::string out;
     for (size_t i = 0; i < len; ++i) {
         unsigned char c = static_cast<unsigned char>(data[i]);
         if (c == '"' || c == '\\') {
@@ -105,5 +107,95 @@ std::string quoteBytes(const char* data, size_t len) {
             out += buf;
         }
     }
-    return out + "\"";
+    return out;
+}
+
+namespace {
+
+const char kIgnorePrefix[] = "# replay-test: ignore ";
+
+struct IncludeState {
+    const ReplayFileReader& read;
+    const ReplayLimits& limits;
+    std::vector<std::string> open;  // canonical names of the files being expanded
+    size_t bytes = 0;
+    std::vector<ReplayStep>* steps;
+    std::vector<std::string>* ignores;
+};
+
+std::string directoryOf(const std::string& path) {
+    const size_t slash = path.rfind('/');
+    return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
+}
+
+bool expand(IncludeState* st, const std::string& name, const std::string& text, int depth, std::string* error) {
+    st->bytes += text.size();
+    if (st->bytes > st->limits.maxBytes) {
+        *error = name + ":1: scripts larger than " + std::to_string(st->limits.maxBytes) + " bytes together";
+        return false;
+    }
+    std::vector<ReplayStep> own;
+    std::string problem;
+    if (!parseReplayScript(text, &own, &problem)) {
+        *error = name + ":" + problem;
+        return false;
+    }
+    std::istringstream lines(text);
+    std::string line;
+    while (std::getline(lines, line)) {
+        if (line.compare(0, sizeof(kIgnorePrefix) - 1, kIgnorePrefix) == 0) {
+            std::string pattern = line.substr(sizeof(kIgnorePrefix) - 1);
+            if (!pattern.empty() && pattern.back() == '\r') pattern.pop_back();
+            st->ignores->push_back(pattern);
+        }
+    }
+    for (ReplayStep& s : own) {
+        s.file = name;
+        if (s.words[0] != "include") {
+            if (st->steps->size() >= st->limits.maxSteps) {
+                *error = name + ":" + std::to_string(s.line) + ": more than " +
+                         std::to_string(st->limits.maxSteps) + " steps";
+                return false;
+            }
+            st->steps->push_back(std::move(s));
+            continue;
+        }
+        if (s.words.size() != 2 || !s.quoted[1] || s.words[1].empty()) {
+            *error = name + ":" + std::to_string(s.line) + ": include \"FILE\"";
+            return false;
+        }
+        if (depth + 1 > st->limits.maxDepth) {
+            *error = name + ":" + std::to_string(s.line) + ": includes nested deeper than " +
+                     std::to_string(st->limits.maxDepth);
+            return false;
+        }
+        const std::string path = s.words[1][0] == '/' ? s.words[1] : directoryOf(name) + s.words[1];
+        std::string canonical, included;
+        if (!st->read(path, &canonical, &included)) {
+            *error = name + ":" + std::to_string(s.line) + ": cannot read " + path;
+            return false;
+        }
+        for (const std::string& o : st->open) {
+            if (o == canonical) {
+                *error = name + ":" + std::to_string(s.line) + ": " + path + " includes itself";
+                return false;
+            }
+        }
+        st->open.push_back(canonical);
+        if (!expand(st, path, included, depth + 1, error)) return false;
+        st->open.pop_back();
+    }
+    return true;
+}
+
+}  // namespace
+
+bool loadReplayScript(const std::string& name, const std::string& text, const ReplayFileReader& read,
+                      const ReplayLimits& limits, std::vector<ReplayStep>* steps,
+                      std::vector<std::string>* ignores, std::string* error) {
+    IncludeState st{read, limits, {}, 0, steps, ignores};
+    std::string canonical, unused;
+    // Standard input has no file to come back to: only its includes can form a cycle.
+    if (read(name, &canonical, &unused)) st.open.push_back(canonical);
+    return expand(&st, name, text, 0, error);
 }

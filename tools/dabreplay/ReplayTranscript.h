@@ -1,6 +1,8 @@
 #ifndef DAB_TOOLS_REPLAYTRANSCRIPT_H
 #define DAB_TOOLS_REPLAYTRANSCRIPT_H
 
+#include "ReplayPattern.h"
+
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
@@ -12,19 +14,35 @@
 // add a line; lines never interleave.
 class ReplayTranscript {
 public:
-    explicit ReplayTranscript(FILE* out);
+    // out null keeps the lines only in memory. With timestamps every printed line starts with
+    // "+MS " (milliseconds since the transcript began); matching never sees that prefix.
+    ReplayTranscript(FILE* out, bool timestamps);
 
     // Any thread; blocks only on the transcript's lock.
     void add(const std::string& line);
     // Script thread; blocks until a line added since the previous await (or any line when
-    // none) begins with prefix, or the time-out passes. False on time-out.
-    bool await(const std::string& prefix, std::chrono::milliseconds timeout);
+    // none) matches, or the time-out passes. False on time-out.
+    bool await(const ReplayPattern& pattern, std::chrono::milliseconds timeout);
+    // Any thread: how many lines there are; lines from this index on are "after now".
+    size_t size();
+    // Script thread; blocks until a line from index from on matches. False on time-out.
+    bool expect(const ReplayPattern& pattern, size_t from, std::chrono::milliseconds timeout);
+    // Script thread; blocks for duration. False with the line when a line from index from
+    // on matches within it.
+    bool quiet(const ReplayPattern& pattern, size_t from, std::chrono::milliseconds duration, std::string* line);
+    // The lines as printed (with their timestamps when asked for).
+    std::vector<std::string> printed();
     void flush();
 
 private:
-    std::mutex mLinesLock;             // guards mLines, mAwaitFrom
+    bool findLocked(const ReplayPattern& pattern, size_t* from);
+
+    const std::chrono::steady_clock::time_point mStart;  // immutable
+    const bool mTimestamps;                               // immutable
+    std::mutex mLinesLock;             // guards mLines, mPrinted, mAwaitFrom
     std::condition_variable mAdded;
     std::vector<std::string> mLines;
+    std::vector<std::string> mPrinted;
     size_t mAwaitFrom = 0;
     FILE* const mOut;                  // written under mLinesLock
 };
