@@ -39,12 +39,13 @@ void alignMiddle(const std::vector<std::string>& a, size_t a0, size_t a1, const 
             edits->push_back({Op::Same, a0 + i, b0 + j});
             ++i;
             ++j;
-        } else if (j < m && (i == n || at(i, j + 1) >= at(i + 1, j))) {
-            edits->push_back({Op::Add, a0 + i, b0 + j});
-            ++j;
-        } else {
+        } else if (i < n && (j == m || at(i + 1, j) >= at(i, j + 1))) {
+            // Removed lines before added ones, as diff -u shows them.
             edits->push_back({Op::Del, a0 + i, b0 + j});
             ++i;
+        } else {
+            edits->push_back({Op::Add, a0 + i, b0 + j});
+            ++j;
         }
     }
 }

@@ -7,9 +7,9 @@ constexpr size_t kMaxRegexLength = 200;
 
 ReplayPattern::ReplayPattern() {}
 
-bool ReplayPattern::set(const std::string& word, bool quoted, std::string* problem) {
+bool ReplayPattern::set(const std::string& word, std::string* problem) {
     mText = word;
-    mIsRegex = !quoted && word.size() >= 2 && word.front() == '/' && word.back() == '/';
+    mIsRegex = word.size() >= 2 && word.front() == '/' && word.back() == '/';
     if (!mIsRegex) return true;
     const std::string expr = word.substr(1, word.size() - 2);
     if (expr.size() > kMaxRegexLength) {

@@ -9,9 +9,9 @@
 class ReplayPattern {
 public:
     ReplayPattern();
-    // word as written in the script; a regex only when it was not quoted. False with
-    // *problem when the regex is not valid or too long.
-    bool set(const std::string& word, bool quoted, std::string* problem);
+    // word as written in the script (quotes removed): /regex/ when it starts and ends with a
+    // slash, else a prefix. False with *problem when the regex is not valid or too long.
+    bool set(const std::string& word, std::string* problem);
     bool matches(const std::string& line) const;
     // As the script wrote it, for messages.
     const std::string& text() const;

@@ -71,7 +71,7 @@ private:
     static ReplayPattern pattern(const ReplayStep& s) {
         ReplayPattern p;
         std::string unused;
-        p.set(s.words[1], s.quoted[1], &unused);
+        p.set(s.words[1], &unused);
         return p;
     }
 

@@ -78,7 +78,7 @@ bool isSource(const std::string& s) { return s == "dab" || s == "tadab"; }
 
 bool checkPattern(const ReplayStep& s, size_t at, std::string* problem) {
     ReplayPattern p;
-    return p.set(s.words[at], s.quoted[at], problem);
+    return p.set(s.words[at], problem);
 }
 
 bool checkWait(const ReplayStep& s, bool msRequired, std::string* problem) {

@@ -150,6 +150,8 @@ int ReplayTuner::pchListReq(uint8_t bandCode) {
         a.pch = mPresets[bank - 1][n - 1];
         a.pch.band = static_cast<uint32_t>(bank - 1);
         a.pch.pchNum = static_cast<uint8_t>(n);
+        // An empty slot still names a channel, the first one, as the tuner does.
+        if (a.pch.nm == 0) a.pch.nm = 13;
         answers.push_back(a);
     }
     queueAnswersLocked(answers);

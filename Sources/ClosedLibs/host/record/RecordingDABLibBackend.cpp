@@ -3,12 +3,16 @@
 #include "RecordQuote.h"
 #include "SessionRecorder.h"
 
+#include <initializer_list>
 #include <mutex>
 #include <string>
 
 namespace media_lib_dab {
 
 namespace {
+
+// Longer than any wait of the worker for an answer: a replay that lost its way stops here.
+constexpr int kRequestWaitMs = 10000;
 
 std::mutex gWrapLock;
 android::sp<RecordingDABLibBackend> gWrapper;  // guarded by gWrapLock
@@ -19,6 +23,21 @@ std::string field(const char* text, size_t size) {
     size_t len = size;
     while (len > 0 && text[len - 1] == '\0') --len;
     return recordQuote(text, len);
+}
+
+// A list request of the worker: the replay waits until its own worker has sent the same
+// request before it plays the tuner's answers, which follow in the recording. Time alone
+// would let an answer arrive before the request it answers on a slower machine.
+void gateOnRequest(const char* name, std::initializer_list<long> args) {
+    SessionRecorder* r = SessionRecorder::get();
+    if (r == nullptr) return;
+    std::string text = std::string(name) + "(";
+    bool first = true;
+    for (long a : args) {
+        text += (first ? "" : ",") + std::to_string(a);
+        first = false;
+    }
+    r->event("await \"tuner " + text + ")\" " + std::to_string(kRequestWaitMs));
 }
 
 void record(const std::string& key, const std::string& answer, bool isGetter) {
@@ -62,21 +81,31 @@ int RecordingDABLibBackend::timeShiftMove(int direction, unsigned short amount) 
 }
 int RecordingDABLibBackend::svcListAbcSearchLabelReq(unsigned char position, unsigned char letter,
                                                      unsigned char reserved) {
+    gateOnRequest("svcListAbcSearchLabelReq", {position, letter, reserved});
     return mInner->svcListAbcSearchLabelReq(position, letter, reserved);
 }
 int RecordingDABLibBackend::serviceRecall(unsigned char nm, unsigned short eid, unsigned long sid,
                                           unsigned char scid) {
     return mInner->serviceRecall(nm, eid, sid, scid);
 }
-int RecordingDABLibBackend::pchListReq(uint8_t bandCode) { return mInner->pchListReq(bandCode); }
-int RecordingDABLibBackend::ensembleListItemReq(uint8_t position) { return mInner->ensembleListItemReq(position); }
+int RecordingDABLibBackend::pchListReq(uint8_t bandCode) {
+    gateOnRequest("pchListReq", {bandCode});
+    return mInner->pchListReq(bandCode);
+}
+int RecordingDABLibBackend::ensembleListItemReq(uint8_t position) {
+    gateOnRequest("ensembleListItemReq", {position});
+    return mInner->ensembleListItemReq(position);
+}
 int RecordingDABLibBackend::svcCompListItemReq(uint8_t position, uint8_t reserved1, uint8_t reserved2) {
+    gateOnRequest("svcCompListItemReq", {position, reserved1, reserved2});
     return mInner->svcCompListItemReq(position, reserved1, reserved2);
 }
 int RecordingDABLibBackend::ptyListItemReq(uint8_t position, uint8_t ptyGroup) {
+    gateOnRequest("ptyListItemReq", {position, ptyGroup});
     return mInner->ptyListItemReq(position, ptyGroup);
 }
 int RecordingDABLibBackend::ensembleCompListItemReq(uint8_t position, uint16_t eid) {
+    gateOnRequest("ensembleCompListItemReq", {position, eid});
     return mInner->ensembleCompListItemReq(position, eid);
 }
 
