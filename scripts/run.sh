@@ -12,6 +12,8 @@
 # Options:
 #   --no-build                      use what is already built
 #   --build-dir DIR                 build tree to build and run from (default build/release)
+#   --record FILE                   the service records the session as a dabreplay script in
+#                                   FILE (DAB_RECORD): replay it with dabreplay FILE
 #
 # Without --demo the head unit uses the default runtime directory, so dabctl in any other
 # shell reaches it: dabctl status, dabctl watch, dabctl hu infobar, dabctl sim antenna 3.
@@ -20,6 +22,7 @@
 # refused before it touches anything of the first. When the simulator or the service exits
 # during start-up, run.sh stops at once and says which one, its exit status and why.
 set -euo pipefail
+CALLER_DIR=$PWD
 cd "$(dirname "$0")/.."
 ROOT=$PWD
 
@@ -31,6 +34,7 @@ usage() {
 BUILD_DIR=build/release
 BUILD=1
 DEMO=0
+RECORD=
 while [ $# -gt 0 ]; do
     case "$1" in
         --demo) DEMO=1 ;;
@@ -39,12 +43,20 @@ while [ $# -gt 0 ]; do
             [ $# -ge 2 ] || { echo "run.sh: --build-dir needs a directory" >&2; exit 2; }
             BUILD_DIR=$2
             shift ;;
+        --record)
+            [ $# -ge 2 ] || { echo "run.sh: --record needs a file" >&2; exit 2; }
+            RECORD=$2
+            shift ;;
         -h|--help) usage; exit 0 ;;
         *) echo "run.sh: unknown option $1" >&2; usage >&2; exit 2 ;;
     esac
     shift
 done
 case "$BUILD_DIR" in /*) ;; *) BUILD_DIR=$ROOT/$BUILD_DIR ;; esac
+# The service runs from the repository root; a relative recording path means the caller's.
+if [ -n "$RECORD" ]; then
+    case "$RECORD" in /*) ;; *) RECORD=$CALLER_DIR/$RECORD ;; esac
+fi
 
 if [ "$BUILD" = 1 ]; then
     scripts/install-deps.sh
@@ -186,7 +198,12 @@ SIM_PID=$!
 wait_for 100 "$DABCTL" hu ping || fail "the head-unit simulator did not come up"
 
 echo "run.sh: starting dabplayer_service with the simulated tuner"
-"$SERVICE_BIN" </dev/null >/dev/null 2>"$LOG_DIR/dabplayer_service.log" &
+if [ -n "$RECORD" ]; then
+    echo "run.sh: recording the session in $RECORD"
+    DAB_RECORD=$RECORD "$SERVICE_BIN" </dev/null >/dev/null 2>"$LOG_DIR/dabplayer_service.log" &
+else
+    "$SERVICE_BIN" </dev/null >/dev/null 2>"$LOG_DIR/dabplayer_service.log" &
+fi
 SERVICE_PID=$!
 wait_for 100 resumed || fail "the system control manager did not resume the service"
 echo "run.sh: service resumed; activating the DAB source"
