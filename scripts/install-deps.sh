@@ -8,6 +8,7 @@ PACKAGES=(
   android-libutils-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   nlohmann-json3-dev
+  perl diffutils
 )
 
 missing=()

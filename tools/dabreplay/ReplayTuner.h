@@ -42,6 +42,7 @@ public:
     // Runs the service's callback on the calling thread.
     void notify(int id, int value);
 
+    // Backend side: the service's threads; non-blocking (the hook runs on the caller's thread).
     int initialize(media_lib_dab::DABNotifyCallback callback, void* cookie) override;
     int command(const char* name) override;
     int pchMemory(int band, int preset) override;

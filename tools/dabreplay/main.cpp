@@ -159,6 +159,8 @@ int main(int argc, char** argv) {
     Options o;
     const int argStatus = parseArguments(argc, argv, &o);
     if (argStatus >= 0) return argStatus;
+    // A replay is not a session to record: DAB_RECORD could name the very script it reads.
+    unsetenv("DAB_RECORD");
 
     std::string text;
     if (o.script == "-") {

@@ -13,6 +13,7 @@ public:
     // decorator (the same one for the same backend).
     static android::sp<DABLibBackend> wrapIfRecording(const android::sp<DABLibBackend>& backend);
 
+    // The service's threads; block as long as the wrapped backend does.
     int initialize(DABNotifyCallback callback, void* cookie) override;
     int finalize() override;
     int command(const char* name) override;

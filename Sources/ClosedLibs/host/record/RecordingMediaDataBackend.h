@@ -12,6 +12,7 @@ public:
     // Any thread; non-blocking. backend itself when nothing is recorded, else its decorator.
     static sp<MediaDataBackend> wrapIfRecording(const sp<MediaDataBackend>& backend);
 
+    // The service's threads; block as long as the wrapped backend does.
     bool allowCreate() override;
     int attach() override;
     int publish(const String8& key, int value) override;

@@ -13,6 +13,7 @@ public:
     // Any thread; non-blocking. backend itself when nothing is recorded, else its decorator.
     static sp<MediaManagerBackend> wrapIfRecording(const sp<MediaManagerBackend>& backend);
 
+    // The service's threads; block as long as the wrapped backend does.
     bool createSource(const String8& name, const sp<ISourceListener>& listener) override;
     int registerSource(const String8& name, int code, Parcel* reply) override;
     int publishMediaInfo(const String8& name, const MediaInfoParcel& info) override;

@@ -15,6 +15,7 @@ public:
     // Any thread; non-blocking. backend itself when nothing is recorded, else its decorator.
     static sp<SysCtrlBackend> wrapIfRecording(const sp<SysCtrlBackend>& backend);
 
+    // The service's threads; block as long as the wrapped backend does.
     int attach(SysCtrlManagerIF* client, int moduleId, int flags) override;
     void detach(SysCtrlManagerIF* client) override;
     int finishSuspend(SysCtrlManagerIF* client) override;
