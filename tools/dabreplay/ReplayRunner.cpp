@@ -5,6 +5,7 @@
 #include "ReplayBackends.h"
 #include "ReplayOperations.h"
 #include "ReplayStepCheck.h"
+#include "ReplayThreadFailure.h"
 #include "ReplayTuner.h"
 
 #include <binder/IServiceManager.h>
@@ -120,6 +121,11 @@ private:
         }
         if (cmd == "sleep") {
             std::this_thread::sleep_for(std::chrono::milliseconds(replayNumber(w[1])));
+            return REPLAY_OK;
+        }
+        if (cmd == "thread") {
+            const int count = w.size() == 3 ? static_cast<int>(replayNumber(w[2])) : 1;
+            ReplayThreadFailure::failNext(count, [this] { mTranscript.add("thread start = EAGAIN"); });
             return REPLAY_OK;
         }
         if (cmd == "mark") {

@@ -199,6 +199,12 @@ bool checkStep(const ReplayStep& s, std::string* problem) {
     if (cmd == "sleep") return w.size() == 2 ? inRange(w[1], 0, kMaxMs, "time", &v, problem) : needInts(s, 1, 1, problem);
     if (cmd == "await" || cmd == "expect") return checkWait(s, false, problem);
     if (cmd == "quiet") return checkWait(s, true, problem);
+    if (cmd == "thread") {
+        if (w.size() >= 2 && w[1] == "fail" && w.size() <= 3) {
+            return w.size() == 2 || inRange(w[2], 1, 100, "thread count", &v, problem);
+        }
+        return fail(problem, "thread fail [<count>]");
+    }
     if (cmd == "mark") return w.size() >= 2 || fail(problem, "mark <name>");
     return fail(problem, "unknown step '" + cmd + "'");
 }
