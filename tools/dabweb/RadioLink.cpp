@@ -7,6 +7,7 @@
 #include <codeconver/CodeConver.h>
 #include <headunit/HeadUnitNames.h>
 
+#include <algorithm>
 #include <cstdio>
 
 using namespace android;
@@ -20,6 +21,8 @@ constexpr auto kReconnectInterval = std::chrono::milliseconds(500);
 // The information bar follows the service's publications: read at most this often.
 constexpr auto kInfobarInterval = std::chrono::milliseconds(150);
 constexpr auto kIdleWake = std::chrono::milliseconds(200);
+constexpr auto kPresetReadDelay = std::chrono::milliseconds(40);
+constexpr auto kPresetRecheckDelay = std::chrono::milliseconds(600);
 
 bool changesInfobar(int id) {
     switch (id) {
@@ -42,7 +45,7 @@ bool changesInfobar(int id) {
 
 RadioLink::RadioLink(RadioModel& model, EventHub& hub)
     : mModel(model), mHub(hub), mStopping(false), mDied(false), mGeneration(0), mNotifySeq(0),
-      mNeedResync(false), mInfobarDirty(false) {}
+      mNeedResync(false), mInfobarDirty(false), mPresetsDue(0), mPresetsRecheck(0) {}
 
 RadioLink::~RadioLink() { stop(); }
 
@@ -143,18 +146,35 @@ void RadioLink::handle(const Notification& n) {
     sp<IDABPlayer> p = player();
     if (p == nullptr) return;
     if (n.id == DAB_SERVER_NOTIFY_PRESET_ITEM_UPDATE) {
-        char label[DAB_PLAYER_LABEL_SIZE] = {};
-        int code = EN_CODE_CONVER_NONE;
-        int labelAvail = 0;
-        const int r = p->getPresetListItem(n.ext1, n.ext2, label, &code, &labelAvail);
-        if (r == 0 || r == 1) {
-            json preset = RadioModel::presetJson(
-                    r, r == 0 ? dabclient::convertText(label, sizeof(label), code) : dabclient::ConvertedText(),
-                    labelAvail);
-            json patch = mModel.setPreset(n.ext1, n.ext2, preset);
-            if (!patch.empty()) mHub.publish("patch", patch);
+        if (n.ext1 >= 1 && n.ext1 <= RadioModel::kBands && n.ext2 >= 0 &&
+            n.ext2 < dabclient::RadioSnapshot::kPresetsPerBand) {
+            if (mPresetsDue == 0) mPresetsDueAt = std::chrono::steady_clock::now() + kPresetReadDelay;
+            mPresetsDue |= 1u << (n.ext1 * 8 + n.ext2);
         }
         return;
+    }
+    if (!n.hasParcel) {
+        const char* getter = nullptr;
+        const char* key = nullptr;
+        switch (n.id) {
+            case DAB_SERVER_NOTIFY_ENSEMBLE_LABEL_CHANGE: getter = "getEnsembleLabel"; key = "ensembleLabel"; break;
+            case DAB_SERVER_NOTIFY_SERVICE_LABEL_CHANGE: getter = "getServiceLabel"; key = "serviceLabel"; break;
+            case DAB_SERVER_NOTIFY_COMP_LABEL_CHANGE: getter = "getCompLabel"; key = "compLabel"; break;
+            case DAB_SERVER_NOTIFY_DYNAMIC_TEXT_UPDATE: getter = "getDynamicText"; key = "dynamicText"; break;
+            default: break;
+        }
+        // The service asks its clients to read it again (or cleared the text).
+        if (getter != nullptr) {
+            const dabclient::OpResult r = dabclient::findOperation(getter)->call(*p, {});
+            if (dabclient::isTransportError(r.result)) return;
+            json value = nullptr;
+            if (r.result == 0 && !r.outputs.empty()) {
+                const dabclient::ConvertedText& t = r.outputs[0].text;
+                value = t.converted ? json(t.utf8) : json{{"hex", t.hex}};
+            }
+            mHub.publish("patch", mModel.setText(key, value));
+            return;
+        }
     }
     const RadioModel::ListKind* kind = RadioModel::listOfNotify(n.id);
     if (kind != nullptr && n.id == kind->itemId) {
@@ -168,6 +188,33 @@ void RadioLink::handle(const Notification& n) {
         json patch = mModel.setListItem(*kind, n.ext1, item);
         if (!patch.empty()) mHub.publish("item", patch);
     }
+}
+
+void RadioLink::readPresets(bool lastPass) {
+    uint32_t& due = lastPass ? mPresetsRecheck : mPresetsDue;
+    const uint32_t bits = due;
+    due = 0;
+    if (!lastPass) {
+        if (mPresetsRecheck == 0) mPresetsRecheckAt = std::chrono::steady_clock::now() + kPresetRecheckDelay;
+        mPresetsRecheck |= bits;
+    }
+    sp<IDABPlayer> p = player();
+    if (p == nullptr) return;
+    json presets;
+    for (int band = 1; band <= RadioModel::kBands; ++band) {
+        for (int i = 0; i < dabclient::RadioSnapshot::kPresetsPerBand; ++i) {
+            if ((bits & (1u << (band * 8 + i))) == 0) continue;
+            char label[DAB_PLAYER_LABEL_SIZE] = {};
+            int code = EN_CODE_CONVER_NONE;
+            int labelAvail = 0;
+            const int r = p->getPresetListItem(band, i, label, &code, &labelAvail);
+            if (r != 0 && r != 1) continue;
+            presets = mModel.setPreset(band, i, RadioModel::presetJson(
+                    r, r == 0 ? dabclient::convertText(label, sizeof(label), code) : dabclient::ConvertedText(),
+                    labelAvail));
+        }
+    }
+    if (!presets.empty() && !presets.is_null()) mHub.publish("patch", presets);
 }
 
 void RadioLink::disconnected() {
@@ -184,6 +231,7 @@ void RadioLink::disconnected() {
         mQueue.clear();
         ++mGeneration;
     }
+    mPresetsDue = mPresetsRecheck = 0;
     fprintf(stderr, "dabweb: the DAB player service went away; reconnecting\n");
     mHub.publish("patch", mModel.setRunning(false));
 }
@@ -200,8 +248,11 @@ void RadioLink::threadLoop() {
         bool died = false;
         {
             std::unique_lock<std::mutex> lock(mQueueLock);
-            mQueueChanged.wait_for(lock, kIdleWake,
-                                   [this] { return mStopping || mDied || !mQueue.empty(); });
+            auto wake = std::chrono::steady_clock::now() + kIdleWake;
+            if (mPresetsDue != 0) wake = std::min(wake, mPresetsDueAt);
+            if (mPresetsRecheck != 0) wake = std::min(wake, mPresetsRecheckAt);
+            mQueueChanged.wait_until(lock, wake,
+                                     [this] { return mStopping || mDied || !mQueue.empty(); });
             if (mStopping) return;
             died = mDied;
             batch.swap(mQueue);
@@ -216,7 +267,10 @@ void RadioLink::threadLoop() {
         }
         // A service that was not yet an active source answers everything once it is.
         if (mNeedResync && !batch.empty()) resync();
-        if (mInfobarDirty && std::chrono::steady_clock::now() - mLastInfobar >= kInfobarInterval) {
+        const auto now = std::chrono::steady_clock::now();
+        if (mPresetsDue != 0 && now >= mPresetsDueAt) readPresets(false);
+        if (mPresetsRecheck != 0 && now >= mPresetsRecheckAt) readPresets(true);
+        if (mInfobarDirty && now - mLastInfobar >= kInfobarInterval) {
             refreshInfobar();
         }
     }

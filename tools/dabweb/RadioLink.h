@@ -44,6 +44,7 @@ private:
     void resync();                           // link thread: the whole state, read once
     void handle(const dabclient::Notification& n);  // link thread
     void refreshInfobar();                   // link thread
+    void readPresets(bool lastPass);         // link thread: the presets announced meanwhile
     void disconnected();                     // link thread
     bool waitForStop(std::chrono::milliseconds d);  // link thread
 
@@ -66,6 +67,13 @@ private:
     bool mNeedResync;
     bool mInfobarDirty;
     std::chrono::steady_clock::time_point mLastInfobar;
+    // Presets announced and not yet read (bit band * 8 + index), and when to read them: the
+    // service announces a preset before it caches it, so the read waits a little, and is
+    // repeated once later for a machine too busy for the first.
+    uint32_t mPresetsDue;
+    uint32_t mPresetsRecheck;
+    std::chrono::steady_clock::time_point mPresetsDueAt;
+    std::chrono::steady_clock::time_point mPresetsRecheckAt;
 };
 
 }  // namespace dabweb

@@ -170,14 +170,9 @@ json RadioModel::reset(const dabclient::RadioSnapshot& snapshot, const json& pre
                                : json(nullptr);
     std::lock_guard<std::mutex> lock(mStateLock);
     for (auto it = patch.begin(); it != patch.end(); ++it) mState[it.key()] = it.value();
-    if (!patch["dynamicText"].is_null()) {
-        json& history = mState["textHistory"];
-        if (history.empty() || history.front() != patch["dynamicText"]) {
-            history.insert(history.begin(), patch["dynamicText"]);
-            if (history.size() > kTextHistory) history.erase(history.end() - 1);
-        }
-        patch["textHistory"] = history;
-    }
+    json text = json::object();
+    setTextLocked("dynamicText", patch["dynamicText"], &text);
+    if (text.contains("textHistory")) patch["textHistory"] = text["textHistory"];
     return patch;
 }
 
@@ -204,7 +199,8 @@ json RadioModel::apply(const Notification& n, uint64_t seq) {
         patch[key] = n.ext1;
         if (n.id == DAB_SERVER_NOTIFY_BAND_CHANGE) patch["presetBand"] = n.ext1;
     } else if (const char* key = labelKey(n.id)) {
-        patch[key] = n.hasParcel ? json(n.text) : json(nullptr);
+        // Without a parcel the service asks its clients to read the label again.
+        if (n.hasParcel) patch[key] = n.text;
     } else if (n.id == DAB_SERVER_NOTIFY_FREQ_CHANGE) {
         patch["blockId"] = n.ext1;
         const DAB_CHANNEL_INFO* channel = DABChannelTable::lookup(n.ext1);
@@ -215,16 +211,8 @@ json RadioModel::apply(const Notification& n, uint64_t seq) {
                                                                   sizeof(channel->freqTextUnit)))
                                       : json(nullptr);
         patch["frequency"] = channel != nullptr ? json(channel->kHz) : json(nullptr);
-    } else if (n.id == DAB_SERVER_NOTIFY_DYNAMIC_TEXT_UPDATE) {
-        patch["dynamicText"] = n.hasParcel ? json(n.text) : json(nullptr);
-        if (n.hasParcel) {
-            json& history = mState["textHistory"];
-            if (history.empty() || history.front() != n.text) {
-                history.insert(history.begin(), n.text);
-                if (history.size() > kTextHistory) history.erase(history.end() - 1);
-            }
-            patch["textHistory"] = history;
-        }
+    } else if (n.id == DAB_SERVER_NOTIFY_DYNAMIC_TEXT_UPDATE && n.hasParcel) {
+        setTextLocked("dynamicText", n.text, &patch);
     } else if (n.id == DAB_SERVER_NOTIFY_PLAYBACK_STATUS_CHANGE) {
         patch["playing"] = n.ext1 == 1;
     } else if (n.id == DAB_SERVER_NOTIFY_ABC_SEARCH_RESULT) {
@@ -251,6 +239,25 @@ json RadioModel::apply(const Notification& n, uint64_t seq) {
     log.push_back(entry);
     if (log.size() > kLogLength) log.erase(log.begin());
     return json{{"notify", entry}, {"state", patch}};
+}
+
+void RadioModel::setTextLocked(const char* key, const json& value, json* patch) {
+    (*patch)[key] = value;
+    if (std::strcmp(key, "dynamicText") != 0 || value.is_null()) return;
+    json& history = mState["textHistory"];
+    if (history.empty() || history.front() != value) {
+        history.insert(history.begin(), value);
+        if (history.size() > kTextHistory) history.erase(history.end() - 1);
+    }
+    (*patch)["textHistory"] = history;
+}
+
+json RadioModel::setText(const char* key, const json& value) {
+    json patch = json::object();
+    std::lock_guard<std::mutex> lock(mStateLock);
+    setTextLocked(key, value, &patch);
+    mState[key] = value;
+    return patch;
 }
 
 json RadioModel::setPreset(int band, int index, const json& preset) {

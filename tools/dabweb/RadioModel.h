@@ -48,6 +48,9 @@ public:
     json setRunning(bool running);
     // Link thread; non-blocking. Applies one notification; the changed keys.
     json apply(const dabclient::Notification& n, uint64_t seq);
+    // Link thread; non-blocking. A label or the dynamic text ("dynamicText", kept in the
+    // history too) read after a notification that carried none.
+    json setText(const char* key, const json& value);
     // Link thread; non-blocking. A preset read after its notification.
     json setPreset(int band, int index, const json& preset);
     // Link thread; non-blocking. A list item read after its notification.
@@ -68,6 +71,7 @@ public:
 
 private:
     bool listComplete(const ListKind& kind) const;  // with mStateLock held
+    void setTextLocked(const char* key, const json& value, json* patch);  // with mStateLock held
 
     mutable std::mutex mStateLock;       // guards mState
     std::condition_variable mListChanged;  // with mStateLock: a list item or size arrived

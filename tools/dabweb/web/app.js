@@ -77,6 +77,7 @@ function renderNowPlaying() {
   $('preset-num').textContent = Number.isInteger(s.presetNum) && s.presetNum >= 0
     ? `preset ${s.presetNum % 6 + 1} of band ${Math.floor(s.presetNum / 6) + 1}` : 'no preset';
   $('dynamic-text').textContent = text(s.dynamicText, '');
+  $('dynamic-text').classList.toggle('none', s.dynamicText === null || s.dynamicText === undefined);
   const hist = $('text-history');
   hist.replaceChildren(...(s.textHistory || []).map((t) => el('li', '', text(t))));
   const mode = s.logicMode;
@@ -105,28 +106,40 @@ function renderNowPlaying() {
   sig.title = 'signal ' + level + '/7';
 }
 
-function renderPresets() {
+// The buttons are made once and updated in place, so that a press lasts across updates.
+function buildPresets() {
   const box = $('presets');
-  const children = [];
   for (let b = 1; b <= 3; b++) {
-    const row = (state.presets || [])[b - 1] || [];
-    children.push(el('span', 'bandlabel' + (state.band === b ? ' currentband' : ''), 'B' + b));
+    const label = el('span', 'bandlabel', 'B' + b);
+    label.id = 'band-' + b;
+    box.append(label);
     for (let i = 0; i < 6; i++) {
-      if (i === 3) children.push(el('span', 'spacer'));
-      const p = row[i];
+      if (i === 3) box.append(el('span', 'spacer'));
       const btn = el('button', 'preset');
       btn.dataset.band = b;
       btn.dataset.index = i;
       btn.id = `preset-${b}-${i + 1}`;
-      btn.append(el('span', 'num', 'P' + (i + 1)));
-      const label = p && p.result === 0 ? text(p.label !== null ? p.label : (p.hex !== undefined ? p : null), '?') : 'empty';
-      btn.append(el('span', 'name', label));
-      if (!p || p.result !== 0) btn.classList.add('empty');
-      if (state.presetNum === (b - 1) * 6 + i) btn.classList.add('current');
-      children.push(btn);
+      btn.append(el('span', 'num', 'P' + (i + 1)), el('span', 'name', ''));
+      box.append(btn);
     }
   }
-  box.replaceChildren(...children);
+}
+
+function renderPresets() {
+  for (let b = 1; b <= 3; b++) {
+    $('band-' + b).classList.toggle('currentband', state.band === b);
+    const row = (state.presets || [])[b - 1] || [];
+    for (let i = 0; i < 6; i++) {
+      const p = row[i];
+      const btn = $(`preset-${b}-${i + 1}`);
+      const label = p && p.result === 0 ? text(p.label !== null ? p.label : (p.hex !== undefined ? p : null), '?') : 'empty';
+      btn.querySelector('.name').textContent = label;
+      btn.classList.toggle('empty', !p || p.result !== 0);
+      // Without a name of its own a preset shows its frequency (or channel).
+      btn.classList.toggle('nolabel', !!p && p.result === 0 && p.labelAvail === 0);
+      btn.classList.toggle('current', state.presetNum === (b - 1) * 6 + i);
+    }
+  }
 }
 
 function currentList() {
@@ -350,6 +363,7 @@ function setup() {
     const r = await post('/api/sim/dls', [$('dls-input').value]);
     if (r) $('sim-result').textContent = 'dls: ' + r.output;
   });
+  buildPresets();
   renderAll();
   connect();
 }
