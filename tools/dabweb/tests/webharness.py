@@ -84,6 +84,9 @@ class HeadUnit:
             return m and int(m.group(1))
         self.port = wait_until(announced, 30, 'dabweb to listen')
         wait_until(lambda: self.state().get('active'), 30, 'dabweb to show an active radio')
+        # The preset lists arrive after the activation.
+        wait_until(lambda: all(p and p.get('label') for p in self.state()['presets'][0]), 30,
+                   'the presets of band 1')
         return self
 
     def stop_service(self):
