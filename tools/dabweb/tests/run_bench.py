@@ -1,3 +1,4 @@
+#!/usr/bin/python3
 """Event-stream benchmark on a running head unit: dabweb_bench with N clients and M signal
 level notifications from the simulated tuner; fails on a lost or reordered event (and on a
 p99 above --max-p99-ms when given)."""

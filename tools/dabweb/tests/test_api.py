@@ -1,3 +1,4 @@
+#!/usr/bin/python3
 """dabweb's HTTP API against a running head unit: answers, the error cases a browser or a
 script can cause, and that nothing sent breaks dabweb or the service."""
 

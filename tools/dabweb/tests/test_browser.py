@@ -1,3 +1,4 @@
+#!/usr/bin/python3
 """The radio screen in headless Chromium through WebDriver, on a running head unit: seek,
 presets (tap and hold), the service list with paging and the A-Z search, an antenna fault,
 a new dynamic text, the service stopping and coming back. Screenshots go to --screenshots.
