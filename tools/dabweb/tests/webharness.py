@@ -106,17 +106,24 @@ class HeadUnit:
             return ''
 
     def close(self):
+        """Ends every process; a problem of dabweb's own (a crash, a sanitizer report, no
+        clean stop) as text, else None."""
+        problem = None
         for name in ('web', 'service', 'sim'):
             p = self.procs.pop(name, None)
             if p is None:
                 continue
-            p.send_signal(signal.SIGTERM)
+            if p.poll() is None:
+                p.send_signal(signal.SIGTERM)
             try:
                 p.wait(10)
             except subprocess.TimeoutExpired:
                 p.kill()
                 p.wait()
+            if name == 'web' and p.returncode != 0:
+                problem = 'dabweb ended with status %s: %s' % (p.returncode, self.log('web'))
         shutil.rmtree(self.dir, ignore_errors=True)
+        return problem
 
     # ---- HTTP ---------------------------------------------------------------------------
     @property
@@ -166,5 +173,8 @@ def run(main):
             print('--- last lines of %s' % name)
             print(hu.log(name))
     finally:
-        hu.close()
+        problem = hu.close()
+    if problem:
+        print('FAILED: ' + problem)
+        status = 1
     sys.exit(status)
