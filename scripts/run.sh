@@ -80,7 +80,10 @@ SERVICE_BIN=$BUILD_DIR/dabplayer_service
 DABCTL=$BUILD_DIR/tools/dabctl/dabctl
 DESK=$BUILD_DIR/tools/dabdesk/dabdesk
 WEB_BIN=$BUILD_DIR/tools/dabweb/dabweb
-for bin in "$SIM_BIN" "$SERVICE_BIN" "$DABCTL" "$DESK" "$WEB_BIN"; do
+[ "$WEB" = 1 ] && [ "$DEMO" = 1 ] && { echo "run.sh: --web and --demo exclude each other" >&2; exit 2; }
+BINS=("$SIM_BIN" "$SERVICE_BIN" "$DABCTL" "$DESK")
+[ "$WEB" = 0 ] || BINS+=("$WEB_BIN")
+for bin in "${BINS[@]}"; do
     [ -x "$bin" ] || { echo "run.sh: $bin is not built" >&2; exit 1; }
 done
 

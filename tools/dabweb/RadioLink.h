@@ -48,8 +48,8 @@ private:
     void disconnected();                     // link thread
     bool waitForStop(std::chrono::milliseconds d);  // link thread
 
-    RadioModel& mModel;
-    EventHub& mHub;
+    RadioModel& mModel;  // immutable; locks of its own
+    EventHub& mHub;      // immutable; locks of its own
     std::thread mThread;  // main thread only
 
     std::mutex mQueueLock;             // guards the four fields below

@@ -64,9 +64,9 @@ public:
     // are known; *list holds it.
     bool waitForList(const ListKind& kind, std::chrono::milliseconds timeout, json* list);
 
-    // A preset as the screen shows it.
+    // Any thread; non-blocking. A preset as the screen shows it.
     static json presetJson(int result, const dabclient::ConvertedText& label, int labelAvail);
-    // A list entry: its label (null without one) or its raw bytes.
+    // Any thread; non-blocking. A list entry: its label (null without one) or its raw bytes.
     static json itemJson(int result, const dabclient::ConvertedText& label);
 
 private:

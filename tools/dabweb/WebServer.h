@@ -40,15 +40,17 @@ public:
     void stop();
 
 private:
-    void routes();
+    void routes();  // constructor
+    // HTTP worker threads; each blocks for its calls to the service (handleEvents for as
+    // long as the stream is open, handleList until the list arrived).
     void handleEvents(const httplib::Request& req, httplib::Response& res);
     void handleCall(const httplib::Request& req, httplib::Response& res);
     void handleList(const httplib::Request& req, httplib::Response& res);
     void handleSim(const httplib::Request& req, httplib::Response& res);
 
-    RadioModel& mModel;
-    EventHub& mHub;
-    RadioLink& mLink;
+    RadioModel& mModel;  // immutable; locks of its own
+    EventHub& mHub;      // immutable; locks of its own
+    RadioLink& mLink;    // immutable; locks of its own
     std::unique_ptr<httplib::Server> mServer;  // immutable after construction
     std::atomic<int> mStreams;                 // open event streams
 };
