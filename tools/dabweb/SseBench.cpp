@@ -8,6 +8,7 @@
 // Exit status: 0 nothing lost or reordered (and p99 within the limit when one is given),
 // 1 something was, 2 usage.
 #include "ControlClient.h"
+#include "ToolArgs.h"
 
 #include <headunit/HeadUnitNames.h>
 #include <httplib.h>
@@ -108,19 +109,9 @@ void runClient(int port, StreamClient* c) {
     }
 }
 
-bool parseInt(const char* text, int* out) {
-    char* end = nullptr;
-    const long v = strtol(text, &end, 10);
-    if (end == text || *end != '\0' || v < 0 || v > 1000000) return false;
-    *out = static_cast<int>(v);
-    return true;
-}
-
-int usage() {
-    fputs("usage: dabweb_bench --port P [--clients N] [--notifications N] [--interval-ms MS] "
-          "[--max-p99-ms MS]\n", stderr);
-    return 2;
-}
+const char kUsageLine[] =
+        "usage: dabweb_bench --port P [--clients N] [--notifications N] [--interval-ms MS] "
+        "[--max-p99-ms MS]";
 
 double percentile(std::vector<double> v, double p) {
     if (v.empty()) return 0;
@@ -133,23 +124,26 @@ double percentile(std::vector<double> v, double p) {
 
 int main(int argc, char** argv) {
     Options o;
-    for (int i = 1; i < argc; ++i) {
-        if (i + 1 >= argc) return usage();
-        const char* v = argv[++i];
-        const std::string arg = argv[i - 1];
-        bool ok = true;
-        if (arg == "--port") ok = parseInt(v, &o.port);
-        else if (arg == "--clients") ok = parseInt(v, &o.clients) && o.clients > 0 && o.clients <= 30;
-        else if (arg == "--notifications") ok = parseInt(v, &o.notifications) && o.notifications > 0;
-        else if (arg == "--interval-ms") ok = parseInt(v, &o.intervalMs);
-        else if (arg == "--max-p99-ms") {
-            int ms = 0;
-            ok = parseInt(v, &ms);
-            o.maxP99Ms = ms;
-        } else ok = false;
-        if (!ok) return usage();
+    ToolArgs args("dabweb_bench");
+    std::string error;
+    if (!args.parse(argc, argv, {{"--port", "P"}, {"--clients", "N"}, {"--notifications", "N"},
+                                 {"--interval-ms", "MS"}, {"--max-p99-ms", "MS"}},
+                    &error)) {
+        return args.usageError(error, kUsageLine);
     }
-    if (o.port <= 0 || o.port > 65535) return usage();
+    if (args.help()) return ToolArgs::printHelp(std::string(kUsageLine) + "\n");
+    int maxP99 = -1;
+    if (!args.intOption("--port", 1, 65535, &o.port, &error) ||
+        !args.intOption("--clients", 1, 30, &o.clients, &error) ||
+        !args.intOption("--notifications", 1, 1000000, &o.notifications, &error) ||
+        !args.intOption("--interval-ms", 0, 1000, &o.intervalMs, &error) ||
+        !args.intOption("--max-p99-ms", 0, 100000, &maxP99, &error)) {
+        return args.usageError(error, kUsageLine);
+    }
+    if (!args.has("--port") || !args.positional().empty()) {
+        return args.usageError("--port is required and nothing else", kUsageLine);
+    }
+    o.maxP99Ms = maxP99;
 
     std::vector<StreamClient> clients(static_cast<size_t>(o.clients));
     std::vector<std::thread> threads;

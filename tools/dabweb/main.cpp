@@ -7,6 +7,7 @@
 #include "EventHub.h"
 #include "RadioLink.h"
 #include "RadioModel.h"
+#include "ToolArgs.h"
 #include "WebServer.h"
 
 #include <signal.h>
@@ -23,6 +24,7 @@ namespace {
 constexpr int kDefaultPort = 8417;
 constexpr const char kDefaultAddress[] = "127.0.0.1";
 
+const char kUsageLine[] = "usage: dabweb [--port N] [--bind ADDR]";
 const char kUsage[] =
         "usage: dabweb [--port N] [--bind ADDR]\n"
         "\n"
@@ -36,38 +38,26 @@ struct Options {
     std::string address = kDefaultAddress;
 };
 
-// 0 parsed, 1 help shown, 2 usage error (reported).
+// The command line, checked in one place: -1 to go on, else the exit status (help shown or
+// a usage error reported).
 int parseOptions(int argc, char** argv, Options* o) {
-    for (int i = 1; i < argc; ++i) {
-        const std::string arg = argv[i];
-        if (arg == "--help" || arg == "-h") {
-            fputs(kUsage, stdout);
-            return 1;
-        }
-        const bool port = arg == "--port";
-        if ((!port && arg != "--bind") || i + 1 >= argc) {
-            fprintf(stderr, "dabweb: %s\n%s", (port || arg == "--bind") ? (arg + " needs a value").c_str()
-                                                                     : ("unknown option \"" + arg + "\"").c_str(),
-                    kUsage);
-            return 2;
-        }
-        const std::string value = argv[++i];
-        if (port) {
-            if (value.empty() || value.size() > 5 || value.find_first_not_of("0123456789") != std::string::npos ||
-                std::stoi(value) > 65535) {
-                fprintf(stderr, "dabweb: --port \"%s\" is not a port number (0 to 65535)\n", value.c_str());
-                return 2;
-            }
-            o->port = std::stoi(value);
-        } else {
-            if (value.empty() || value.size() > 255) {
-                fprintf(stderr, "dabweb: --bind needs an address\n");
-                return 2;
-            }
-            o->address = value;
+    ToolArgs args("dabweb");
+    std::string error;
+    if (!args.parse(argc, argv, {{"--port", "N"}, {"--bind", "ADDR"}}, &error)) {
+        return args.usageError(error, kUsageLine);
+    }
+    if (args.help()) return ToolArgs::printHelp(kUsage);
+    if (!args.positional().empty()) {
+        return args.usageError("unexpected argument \"" + args.positional()[0] + "\"", kUsageLine);
+    }
+    if (!args.intOption("--port", 0, 65535, &o->port, &error)) return args.usageError(error, kUsageLine);
+    if (args.has("--bind")) {
+        o->address = args.value("--bind");
+        if (o->address.empty() || o->address.size() > 255) {
+            return args.usageError("--bind needs an address", kUsageLine);
         }
     }
-    return 0;
+    return -1;
 }
 
 }  // namespace
@@ -75,7 +65,7 @@ int parseOptions(int argc, char** argv, Options* o) {
 int main(int argc, char** argv) {
     Options options;
     const int parsed = parseOptions(argc, argv, &options);
-    if (parsed != 0) return parsed == 1 ? 0 : 2;
+    if (parsed >= 0) return parsed;
 
     // The stop signals reach only the wait below; every thread started later inherits the mask.
     sigset_t stopSignals;
@@ -95,7 +85,7 @@ int main(int argc, char** argv) {
     int port = options.port;
     if (!server.bind(options.address, &port, &error)) {
         fprintf(stderr, "dabweb: %s\n", error.c_str());
-        return 1;
+        return ToolArgs::kExitNotRunning;
     }
     link.start();
     std::thread listener([&server] { server.serve(); });
@@ -113,5 +103,5 @@ int main(int argc, char** argv) {
     fflush(stdout);
     fflush(stderr);
     // Binder threads may still be running: leave without tearing down what they use.
-    _exit(0);
+    _exit(ToolArgs::kExitOk);
 }

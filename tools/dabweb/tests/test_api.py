@@ -48,7 +48,7 @@ def main(hu, args):
     expect(hu, 'GET', '/api/list/nothing', 404, 'unknown list "nothing"')
     expect(hu, 'GET', '/api/list/ensemble', 400, '?index=N')
     expect(hu, 'POST', '/api/sim/NOPE', 404, 'unknown simulator command')
-    expect(hu, 'POST', '/api/sim/antenna', 400, 'out of range', body={'args': [9]})
+    expect(hu, 'POST', '/api/sim/antenna', 400, '1..5', body={'args': [9]})
     expect(hu, 'POST', '/api/sim/dls', 400, 'control character', body={'args': ['a\nstatus']})
     expect(hu, 'POST', '/api/sim/frobnicate', 400, 'unknown command')
     # Out-of-range values reach the service, which refuses them itself.
