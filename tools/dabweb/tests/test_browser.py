@@ -6,6 +6,7 @@ Exits 77 (skipped) when Chromium cannot start."""
 
 import os
 import re
+import shutil
 import sys
 import tempfile
 import time
@@ -46,13 +47,16 @@ def main(hu, args):
     shots = args.screenshots or tempfile.mkdtemp(prefix='dabweb-shots-')
     os.makedirs(shots, exist_ok=True)
     profile = tempfile.mkdtemp(prefix='dabweb-chromium-')
-    browser = start_browser(profile)  # before the head unit: a skip leaves nothing running
+    try:
+        browser = start_browser(profile)  # before the head unit: a skip leaves nothing running
+    except SystemExit:
+        shutil.rmtree(profile, ignore_errors=True)
+        raise
     try:
         hu.start()
         run(browser, hu, shots)
     finally:
         browser.quit()
-        import shutil
         shutil.rmtree(profile, ignore_errors=True)
     print('test_browser: passed; screenshots in %s' % shots)
     return 0
