@@ -9,6 +9,7 @@ PACKAGES=(
   libgtest-dev libgmock-dev libbenchmark-dev
   nlohmann-json3-dev
   perl diffutils
+  libcpp-httplib-dev chromium chromium-driver python3-selenium fonts-droid-fallback
 )
 
 missing=()

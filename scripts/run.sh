@@ -9,7 +9,10 @@
 #   scripts/run.sh --demo           build, start, scripted tour instead of the live view; exits
 #                                   with the tour's status (0 when every step passed). Needs no
 #                                   terminal and runs in a private runtime directory.
+#   scripts/run.sh --web            build, start, and serve the radio screen to a browser (dabweb
+#                                   on http://127.0.0.1:8417/) instead of the live view
 # Options:
+#   --web-port N                    dabweb's port with --web (default 8417)
 #   --no-build                      use what is already built
 #   --build-dir DIR                 build tree to build and run from (default build/release)
 #   --record FILE                   the service records the session as a dabreplay script in
@@ -35,9 +38,16 @@ BUILD_DIR=build/release
 BUILD=1
 DEMO=0
 RECORD=
+WEB=0
+WEB_PORT=8417
 while [ $# -gt 0 ]; do
     case "$1" in
         --demo) DEMO=1 ;;
+        --web) WEB=1 ;;
+        --web-port)
+            [ $# -ge 2 ] || { echo "run.sh: --web-port needs a port" >&2; exit 2; }
+            WEB_PORT=$2
+            shift ;;
         --no-build) BUILD=0 ;;
         --build-dir)
             [ $# -ge 2 ] || { echo "run.sh: --build-dir needs a directory" >&2; exit 2; }
@@ -69,7 +79,11 @@ SIM_BIN=$BUILD_DIR/tools/headunit_sim/headunit_sim
 SERVICE_BIN=$BUILD_DIR/dabplayer_service
 DABCTL=$BUILD_DIR/tools/dabctl/dabctl
 DESK=$BUILD_DIR/tools/dabdesk/dabdesk
-for bin in "$SIM_BIN" "$SERVICE_BIN" "$DABCTL" "$DESK"; do
+WEB_BIN=$BUILD_DIR/tools/dabweb/dabweb
+[ "$WEB" = 1 ] && [ "$DEMO" = 1 ] && { echo "run.sh: --web and --demo exclude each other" >&2; exit 2; }
+BINS=("$SIM_BIN" "$SERVICE_BIN" "$DABCTL" "$DESK")
+[ "$WEB" = 0 ] || BINS+=("$WEB_BIN")
+for bin in "${BINS[@]}"; do
     [ -x "$bin" ] || { echo "run.sh: $bin is not built" >&2; exit 1; }
 done
 
@@ -109,6 +123,7 @@ mkdir -p "$LOG_DIR"
 SOCKETS=(HeadUnitMediaManager HeadUnitMediaData HeadUnitSysCtrl HeadUnitControl DABPlayer DABSimControl)
 SIM_PID=
 SERVICE_PID=
+WEB_PID=
 FAILED=0
 
 stop_process() {
@@ -133,6 +148,7 @@ show_logs() {
 
 cleanup() {
     trap - EXIT INT TERM HUP
+    stop_process "$WEB_PID"
     stop_process "$SERVICE_PID"
     stop_process "$SIM_PID"
     # A process ended by a signal leaves its sockets: ours are gone with their processes.
@@ -216,6 +232,18 @@ if [ "$DEMO" = 1 ]; then
     status=$?
     set -e
     [ "$status" = 0 ] || FAILED=1
+    exit "$status"
+fi
+
+if [ "$WEB" = 1 ]; then
+    # dabweb prints the address it serves; it ends with this script.
+    set +e
+    "$WEB_BIN" --port "$WEB_PORT" </dev/null 2>"$LOG_DIR/dabweb.log" &
+    WEB_PID=$!
+    echo "run.sh: open http://127.0.0.1:$WEB_PORT/ in a browser; Ctrl-C stops everything"
+    wait "$WEB_PID"
+    status=$?
+    set -e
     exit "$status"
 fi
 

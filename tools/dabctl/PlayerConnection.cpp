@@ -25,6 +25,7 @@ int PlayerConnection::connect(std::string* error) {
         *error = ToolArgs::notRunning("the DAB player service", kServiceName);
         return NO_SERVICE;
     }
+    mServiceBinder = binder;
     binder->linkToDeath(sp<IBinder::DeathRecipient>(this));
     sp<IDABPlayerService> service = interface_cast<IDABPlayerService>(binder);
     mPlayer = service->createClient(static_cast<int>(getpid()), mSink);

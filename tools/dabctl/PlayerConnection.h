@@ -46,6 +46,9 @@ protected:
 
 private:
     android::sp<android::IDABPlayer> mPlayer;   // set once by connect, main thread
+    // The service's own object, set once by connect: its death is what is watched, and a
+    // proxy nobody holds reports nothing.
+    android::sp<android::IBinder> mServiceBinder;
     const android::sp<NotificationSink> mSink;  // immutable
     std::atomic<bool> mDied;                    // any thread
     std::mutex mDeathLock;                      // guards mOnDeath

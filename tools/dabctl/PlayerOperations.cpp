@@ -195,6 +195,21 @@ const PlayerOperation* findOperation(const std::string& name) {
     return nullptr;
 }
 
+void addOutputJson(nlohmann::ordered_json* j, const OpOutput& o) {
+    switch (o.kind) {
+        case OpOutput::kInt: (*j)[o.name] = o.value; break;
+        case OpOutput::kField: (*j)[o.name] = o.field; break;
+        case OpOutput::kText:
+            if (o.text.converted) {
+                (*j)[o.name] = o.text.utf8;
+            } else {
+                (*j)[o.name] = nullptr;
+                (*j)[o.name + "Hex"] = o.text.hex;
+            }
+            break;
+    }
+}
+
 bool isTransportError(int result) { return result < -1; }
 
 }  // namespace dabclient

@@ -4,6 +4,7 @@
 #include "TextConversion.h"
 
 #include <dabplayer/IDABPlayer.h>
+#include <nlohmann/json.hpp>
 
 #include <functional>
 #include <string>
@@ -43,6 +44,10 @@ const std::vector<PlayerOperation>& playerOperations();
 
 // Any thread; non-blocking. The operation of that name (case does not matter), else null.
 const PlayerOperation* findOperation(const std::string& name);
+
+// Any thread; non-blocking. Adds one output to a JSON object: its value under its name, and
+// for a text that could not be converted null and the raw bytes under name + "Hex".
+void addOutputJson(nlohmann::ordered_json* j, const OpOutput& o);
 
 // Any thread; non-blocking. True for a status the transport gives when a call did not get
 // through (the service answers only 1, 0 and -1).

@@ -130,21 +130,6 @@ std::string outputText(const OpOutput& o) {
     return o.name;
 }
 
-void addOutputJson(json* j, const OpOutput& o) {
-    switch (o.kind) {
-        case OpOutput::kInt: (*j)[o.name] = o.value; break;
-        case OpOutput::kField: (*j)[o.name] = o.field; break;
-        case OpOutput::kText:
-            if (o.text.converted) {
-                (*j)[o.name] = o.text.utf8;
-            } else {
-                (*j)[o.name] = nullptr;
-                (*j)[o.name + "Hex"] = o.text.hex;
-            }
-            break;
-    }
-}
-
 std::string operationForm(const PlayerOperation& op) {
     std::string form = std::string("usage: dabctl ") + op.name;
     for (const char* a : op.args) {
