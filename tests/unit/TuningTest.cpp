@@ -192,7 +192,7 @@ TEST_F(TuningTest, PresetListRecallKeepsTheTextOfThePlayingPresetBlanksOthersAnd
     EXPECT_TRUE(logHas(registered(12)));
 
     mCallback->clear();
-    EXPECT_EQ(0, mService->presetListRecall(1, 0));
+    EXPECT_EQ(0, mService->presetListRecall(1, 3));  // the playing number, another band
     EXPECT_EQ(0, mService->presetListRecall(3, 5));
     EXPECT_THAT(mCallback->summary(),
                 ElementsAre("14:0:0", "12:0:0", "11:0:0", "14:0:0", "12:0:0", "11:0:0"));
@@ -204,7 +204,7 @@ TEST_F(TuningTest, PresetListRecallKeepsTheTextOfThePlayingPresetBlanksOthersAnd
         EXPECT_TRUE(outputLogged("in presetListRecall band=" + std::to_string(args.first) +
                                  ",index=" + std::to_string(args.second)));
     }
-    EXPECT_THAT(mTuner->commands(), ElementsAre("pchRecall(1,4)", "pchRecall(0,1)", "pchRecall(2,6)"));
+    EXPECT_THAT(mTuner->commands(), ElementsAre("pchRecall(1,4)", "pchRecall(0,4)", "pchRecall(2,6)"));
     EXPECT_THAT(mCallback->summary(), IsEmpty());
 }
 
