@@ -248,7 +248,7 @@ TEST_F(HeadUnitProcessTest, ToolsShareOneCommandLineConvention) {
             {dabctl, {"watch", "-h"}, "usage: dabctl watch [--count N] [--seconds S]\n"},
             {dabctl, {"getPresetListItem", "--help"}, "usage: dabctl getPresetListItem BAND INDEX\n"},
             {"tools/dabdesk/dabdesk", {"--help"}, "usage: dabdesk [--demo]"},
-            {"tools/dabreplay/dabreplay", {"--help"}, "usage: dabreplay [--log] SCRIPT"},
+            {"tools/dabreplay/dabreplay", {"--help"}, "usage: dabreplay [--log]"},
             {"tools/headunit_sim/headunit_sim", {"--help"}, "usage: headunit_sim"},
     };
     for (const Case& c : help) {
