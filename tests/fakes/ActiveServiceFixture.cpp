@@ -54,10 +54,6 @@ void ActiveServiceFixture::clearRecords() {
     mLog->clear();
 }
 
-std::vector<std::string> ActiveServiceFixture::playerLog() const {
-    return mLog->messages(DAB_TAG_PLAYER);
-}
-
 bool ActiveServiceFixture::logHas(const std::string& text) const {
     for (const std::string& m : mLog->messages()) {
         if (m.find(text) != std::string::npos) return true;

@@ -24,8 +24,6 @@ protected:
     bool waitWorkerHolds(int msgType, int timeoutMs = 5000);
     // Forgets every notification, tuner command and log line so far.
     void clearRecords();
-    // The messages of the "DABPlayer" log lines, in order.
-    std::vector<std::string> playerLog() const;
     // True when some log line's message contains text.
     bool logHas(const std::string& text) const;
 

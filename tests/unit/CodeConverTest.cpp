@@ -22,57 +22,99 @@ Conversion convert(const std::string& bytes, int code) {
     return c;
 }
 
-::testing::AssertionResult converts(const std::string& bytes, int code, const std::string& utf8) {
-    Conversion c = convert(bytes, code);
-    if (c.failed) return ::testing::AssertionFailure() << "conversion failed";
-    if (c.text != utf8) {
-        return ::testing::AssertionFailure() << "got " << ::testing::PrintToString(c.text)
-                                             << ", expected " << ::testing::PrintToString(utf8);
+const int kEbu = EN_CODE_CONVER_EBU_LATIN;
+const int kUtf8 = EN_CODE_CONVER_UTF8;
+const int kUcs2 = EN_CODE_CONVER_UCS2;
+
+TEST(CodeConverTest, EachCodeConvertsToUtf8AndStopsAtItsNul) {
+    const struct {
+        int code;
+        std::string bytes;
+        std::string utf8;
+    } cases[] = {
+        {kEbu, "Radio 1 (FM) #@?", "Radio 1 (FM) #@?"},  // ASCII positions pass through
+        {kEbu, "Gr\x99\x8D" "e", "Gr\u00fc\u00dfe"},
+        {kEbu, "\x5E\x24\xD1", "\u0141\u0142\u00c4"},  // Ł ł Ä
+        {kEbu, "\xA9\xAB\xAA", "\u20ac$\u00a3"},      // € $ £
+        {kEbu, "\xCC\xDC\x07", "\u0160\u0161\u0218"},  // Š š Ș
+        {kEbu, "\x7B\xEE\xFF", "\u00ab\u0164\u0127"},  // « Ť ħ
+        {kEbu, "A\x0A" "B\x1F" "C", "A\nB\u00adC"},   // line break and soft hyphen
+        {kEbu, std::string("AB\0\x82\x82", 5), "AB"},
+        {kEbu, std::string("\0AB", 3), ""},
+        {kUtf8, "Caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x8E\xB5", "Caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x8E\xB5"},
+        {kUtf8, "\xEF\xBF\xBF\xF4\x8F\xBF\xBF", "\xEF\xBF\xBF\xF4\x8F\xBF\xBF"},
+        {kUtf8, std::string("ab\0\xFF", 4), "ab"},
+        {kUcs2, std::string("\x00" "A\x00\xE9\x20\xAC\x01\x41", 8), "A\u00e9\u20ac\u0141"},  // big-endian
+        {kUcs2, std::string("\xFF\xFD", 2), "\uFFFD"},
+        {kUcs2, std::string("\x00" "A" "A\x00", 4), "A\u4100"},  // a NUL byte is not a NUL unit
+        {kUcs2, std::string("\x00" "A\x00\x00\x00" "B", 6), "A"},
+        {kUcs2, std::string("\x00" "A\x00\x00\x42", 5), "A"},  // odd length after a NUL unit
+        {kEbu, "", ""},
+        {kUtf8, "", ""},
+        {kUcs2, "", ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(::testing::PrintToString(c.bytes) + " code " + std::to_string(c.code));
+        Conversion out = convert(c.bytes, c.code);
+        EXPECT_FALSE(out.failed);
+        EXPECT_EQ(c.utf8, out.text);
     }
-    return ::testing::AssertionSuccess();
 }
 
-::testing::AssertionResult refuses(const std::string& bytes, int code) {
-    Conversion c = convert(bytes, code);
-    if (!c.failed) return ::testing::AssertionFailure() << "converted to " << ::testing::PrintToString(c.text);
-    if (!c.text.empty()) return ::testing::AssertionFailure() << "failed but returned text";
-    return ::testing::AssertionSuccess();
+TEST(CodeConverTest, MalformedTextAndUnknownCodesFailWithoutText) {
+    const struct {
+        int code;
+        std::string bytes;
+    } cases[] = {
+        {kUtf8, "\x80"},              // stray continuation byte
+        {kUtf8, "a\xBF" "b"},         // stray continuation byte inside ASCII
+        {kUtf8, "\xC0\xAF"},          // overlong '/'
+        {kUtf8, "\xC1\xBF"},          // overlong
+        {kUtf8, "\xE0\x80\xAF"},      // overlong three-byte form
+        {kUtf8, "\xF0\x80\x80\xAF"},  // overlong four-byte form
+        {kUtf8, "\xED\xA0\x80"},      // surrogate U+D800
+        {kUtf8, "\xED\xBF\xBF"},      // surrogate U+DFFF
+        {kUtf8, "\xF4\x90\x80\x80"},  // U+110000
+        {kUtf8, "\xF5\x80\x80\x80"},  // lead byte beyond the range
+        {kUtf8, "\xFF"},
+        {kUtf8, "x\xC3"},             // truncated at the end of the text
+        {kUtf8, "\xE2\x82"},          // truncated three-byte form
+        {kUtf8, "\xC3\x28"},          // continuation byte missing
+        {kUtf8, std::string("\xC3\0\xA9", 3)},  // a NUL truncates the sequence
+        {kUtf8, "ABCDEFGHIJKLMNO\xC3"},         // a label cut inside a character is refused
+        {kUcs2, std::string("\x00" "A\x00", 3)},  // odd length
+        {kUcs2, std::string("\x00", 1)},
+        {kUcs2, std::string("\xD8\x3D\xDE\x00", 4)},  // surrogate units
+        {kUcs2, std::string("\x00" "A\xDC\x00", 4)},
+        {EN_CODE_CONVER_NONE, ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(::testing::PrintToString(c.bytes) + " code " + std::to_string(c.code));
+        Conversion out = convert(c.bytes, c.code);
+        EXPECT_TRUE(out.failed);
+        EXPECT_EQ("", out.text);
+    }
+    for (int code : {static_cast<int>(EN_CODE_CONVER_NONE), 0, 1, 6, 9, 11, 22, -1, 1000}) {
+        EXPECT_TRUE(convert("Radio", code).failed) << code;
+    }
+    bool failed = true;  // as the service presets it
+    EXPECT_EQ(0u, CodeConver::convertToTargetString(nullptr, 4, EN_CODE_CONVER_UTF8, failed,
+                                                    EN_CODE_CONVERT_LANGUAGE_DEFAULT).length());
+    EXPECT_TRUE(failed);
+    failed = true;
+    EXPECT_EQ(0u, CodeConver::convertToTargetString("abc", -1, EN_CODE_CONVER_UTF8, failed,
+                                                    EN_CODE_CONVERT_LANGUAGE_DEFAULT).length());
+    EXPECT_TRUE(failed);
 }
 
-// ---- EBU Latin ----
-
-TEST(CodeConverTest, EbuLatinAsciiPositionsPassThrough) {
-    EXPECT_TRUE(converts("Radio 1 (FM) #@?", EN_CODE_CONVER_EBU_LATIN, "Radio 1 (FM) #@?"));
-}
-
-TEST(CodeConverTest, EbuLatinAccentedLettersBecomeUnicode) {
-    EXPECT_TRUE(converts("Caf\x82", EN_CODE_CONVER_EBU_LATIN, "Caf\u00e9"));
-    EXPECT_TRUE(converts("Gr\x99\x8D" "e", EN_CODE_CONVER_EBU_LATIN, "Gr\u00fc\u00dfe"));
-    EXPECT_TRUE(converts("\x5E\x24\xD1", EN_CODE_CONVER_EBU_LATIN, "\u0141\u0142\u00c4"));  // Ł ł Ä
-    EXPECT_TRUE(converts("\xA9\xAB\xAA", EN_CODE_CONVER_EBU_LATIN, "\u20ac$\u00a3"));      // € $ £
-    EXPECT_TRUE(converts("\xCC\xDC\x07", EN_CODE_CONVER_EBU_LATIN, "\u0160\u0161\u0218"));  // Š š Ș
-    EXPECT_TRUE(converts("\x7B\xEE\xFF", EN_CODE_CONVER_EBU_LATIN, "\u00ab\u0164\u0127"));  // « Ť ħ
-}
-
-TEST(CodeConverTest, EbuLatinBreakControlsMapToLineBreakAndSoftHyphen) {
-    EXPECT_TRUE(converts("A\x0A" "B\x1F" "C", EN_CODE_CONVER_EBU_LATIN, "A\nB\u00adC"));
-}
-
-TEST(CodeConverTest, EbuLatinEveryNonNulByteIsADistinctCharacter) {
+TEST(CodeConverTest, EbuLatinEveryNonNulByteIsADistinctValidCharacter) {
     std::set<std::string> seen;
     for (int b = 1; b <= 0xFF; ++b) {
-        Conversion c = convert(std::string(1, static_cast<char>(b)), EN_CODE_CONVER_EBU_LATIN);
-        ASSERT_FALSE(c.failed) << "byte " << b;
-        ASSERT_FALSE(c.text.empty()) << "byte " << b;
-        // Each output must itself be valid UTF-8.
-        EXPECT_FALSE(convert(c.text, EN_CODE_CONVER_UTF8).failed) << "byte " << b;
+        Conversion c = convert(std::string(1, static_cast<char>(b)), kEbu);
+        ASSERT_FALSE(c.failed || c.text.empty()) << "byte " << b;
+        EXPECT_FALSE(convert(c.text, kUtf8).failed) << "byte " << b;
         EXPECT_TRUE(seen.insert(c.text).second) << "byte " << b << " repeats a character";
     }
-}
-
-TEST(CodeConverTest, EbuLatinStopsAtNul) {
-    EXPECT_TRUE(converts(std::string("AB\0\x82\x82", 5), EN_CODE_CONVER_EBU_LATIN, "AB"));
-    EXPECT_TRUE(converts(std::string("\0AB", 3), EN_CODE_CONVER_EBU_LATIN, ""));
 }
 
 TEST(CodeConverTest, SixteenByteLabelWithoutNulReadsNoFurther) {
@@ -84,102 +126,7 @@ TEST(CodeConverTest, SixteenByteLabelWithoutNulReadsNoFurther) {
                                                           EN_CODE_CONVERT_LANGUAGE_DEFAULT);
     EXPECT_FALSE(failed);
     EXPECT_STREQ("Deutschlandfunk\u00e9", s.string());
-
-    failed = true;
-    s = CodeConver::convertToTargetString(field, 16, EN_CODE_CONVER_UTF8, failed,
-                                          EN_CODE_CONVERT_LANGUAGE_DEFAULT);
-    EXPECT_TRUE(failed);  // 0x82 is a stray continuation byte in UTF-8
-}
-
-// ---- UTF-8 ----
-
-TEST(CodeConverTest, Utf8ValidTextIsReturnedUnchanged) {
-    EXPECT_TRUE(converts("Caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x8E\xB5", EN_CODE_CONVER_UTF8,
-                         "Caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x8E\xB5"));
-    EXPECT_TRUE(converts("\xEF\xBF\xBF\xF4\x8F\xBF\xBF", EN_CODE_CONVER_UTF8,
-                         "\xEF\xBF\xBF\xF4\x8F\xBF\xBF"));
-    EXPECT_TRUE(converts(std::string("ab\0\xFF", 4), EN_CODE_CONVER_UTF8, "ab"));
-}
-
-TEST(CodeConverTest, Utf8MalformedSequencesAreRefused) {
-    const char* bad[] = {
-        "\x80",              // stray continuation byte
-        "a\xBF" "b",         // stray continuation byte inside ASCII
-        "\xC0\xAF",          // overlong '/'
-        "\xC1\xBF",          // overlong
-        "\xE0\x80\xAF",      // overlong three-byte form
-        "\xF0\x80\x80\xAF",  // overlong four-byte form
-        "\xED\xA0\x80",      // surrogate U+D800
-        "\xED\xBF\xBF",      // surrogate U+DFFF
-        "\xF4\x90\x80\x80",  // U+110000
-        "\xF5\x80\x80\x80",  // lead byte beyond the range
-        "\xFF",
-        "x\xC3",             // truncated at the end of the text
-        "\xE2\x82",          // truncated three-byte form
-        "\xC3\x28",          // continuation byte missing
-    };
-    for (const char* b : bad) {
-        SCOPED_TRACE(testing::PrintToString(std::string(b)));
-        EXPECT_TRUE(refuses(b, EN_CODE_CONVER_UTF8));
-    }
-    // A NUL inside a sequence ends the text there, which truncates the sequence.
-    EXPECT_TRUE(refuses(std::string("\xC3\0\xA9", 3), EN_CODE_CONVER_UTF8));
-    // A label cut at 16 bytes in the middle of a character is refused, not shortened.
-    EXPECT_TRUE(refuses("ABCDEFGHIJKLMNO\xC3", EN_CODE_CONVER_UTF8));
-}
-
-// ---- UCS-2 ----
-
-TEST(CodeConverTest, Ucs2BigEndianBecomesUtf8) {
-    EXPECT_TRUE(converts(std::string("\x00" "A\x00\xE9\x20\xAC\x01\x41", 8), EN_CODE_CONVER_UCS2,
-                    "A\u00e9\u20ac\u0141"));
-    EXPECT_TRUE(converts(std::string("\xFF\xFD", 2), EN_CODE_CONVER_UCS2, "\uFFFD"));
-}
-
-TEST(CodeConverTest, Ucs2StopsAtNulUnitNotNulByte) {
-    // 0x0041 0x4100: the zero bytes belong to non-zero units.
-    EXPECT_TRUE(converts(std::string("\x00" "A" "A\x00", 4), EN_CODE_CONVER_UCS2, "A\u4100"));
-    EXPECT_TRUE(converts(std::string("\x00" "A\x00\x00\x00" "B", 6), EN_CODE_CONVER_UCS2, "A"));
-}
-
-TEST(CodeConverTest, Ucs2OddLengthIsRefusedUnlessANulUnitComesFirst) {
-    EXPECT_TRUE(refuses(std::string("\x00" "A\x00", 3), EN_CODE_CONVER_UCS2));
-    EXPECT_TRUE(refuses(std::string("\x00", 1), EN_CODE_CONVER_UCS2));
-    EXPECT_TRUE(converts(std::string("\x00" "A\x00\x00\x42", 5), EN_CODE_CONVER_UCS2, "A"));
-}
-
-TEST(CodeConverTest, Ucs2SurrogateUnitsAreRefused) {
-    EXPECT_TRUE(refuses(std::string("\xD8\x3D\xDE\x00", 4), EN_CODE_CONVER_UCS2));
-    EXPECT_TRUE(refuses(std::string("\x00" "A\xDC\x00", 4), EN_CODE_CONVER_UCS2));
-}
-
-// ---- codes and arguments ----
-
-TEST(CodeConverTest, NoConversionAndUnknownCodesFail) {
-    for (int code : {static_cast<int>(EN_CODE_CONVER_NONE), 0, 1, 6, 9, 11, 22, -1, 1000}) {
-        SCOPED_TRACE(code);
-        EXPECT_TRUE(refuses("Radio", code));
-    }
-}
-
-TEST(CodeConverTest, ZeroLengthConvertsToEmptyText) {
-    for (EN_CODE_CONVER code : {EN_CODE_CONVER_EBU_LATIN, EN_CODE_CONVER_UTF8, EN_CODE_CONVER_UCS2}) {
-        SCOPED_TRACE(code);
-        EXPECT_TRUE(converts("", code, ""));
-    }
-    EXPECT_TRUE(refuses("", EN_CODE_CONVER_NONE));
-}
-
-TEST(CodeConverTest, NullTextOrNegativeLengthFails) {
-    bool failed = true;
-    android::String8 s = CodeConver::convertToTargetString(nullptr, 4, EN_CODE_CONVER_UTF8, failed,
-                                                          EN_CODE_CONVERT_LANGUAGE_DEFAULT);
-    EXPECT_TRUE(failed);
-    EXPECT_EQ(0u, s.length());
-    s = CodeConver::convertToTargetString("abc", -1, EN_CODE_CONVER_UTF8, failed,
-                                          EN_CODE_CONVERT_LANGUAGE_DEFAULT);
-    EXPECT_TRUE(failed);
-    EXPECT_EQ(0u, s.length());
+    EXPECT_TRUE(convert(std::string(field, 16), kUtf8).failed);  // 0x82 is stray in UTF-8
 }
 
 }  // namespace

@@ -143,7 +143,7 @@ TEST_F(HeadUnitSimTest, InformationBarKeepsTheLastValueOfEachFieldPerSource) {
     EXPECT_EQ(3, source("dab").mediaStatus);
 }
 
-TEST_F(HeadUnitSimTest, RestartAsksEverySourceToReconnectAndForgetsThem) {
+TEST_F(HeadUnitSimTest, RestartAsksEverySourceToReconnectForgetsThemAndRefusesThemDuringADowntime) {
     std::string message;
     mManager->publishMediaInfo(String8("dab"), record("Nordwelle Pop", nullptr));
     EXPECT_EQ(0, mManager->restart(0, &message));
@@ -161,10 +161,8 @@ TEST_F(HeadUnitSimTest, RestartAsksEverySourceToReconnectAndForgetsThem) {
     EXPECT_TRUE(dab.bar.empty());
     EXPECT_GE(dab.createdAfterRestartMs, 0);
     EXPECT_LT(dab.createdAfterRestartMs, 1000);
-}
 
-TEST_F(HeadUnitSimTest, RestartWithDowntimeRefusesSourcesUntilItIsOver) {
-    std::string message;
+    // With a downtime sources are refused until it is over.
     EXPECT_EQ(0, mManager->restart(300, &message));
     EXPECT_EQ(-1, mManager->createSource(String8("dab"), mDab));
     EXPECT_TRUE(waitUntil([&] { return mManager->createSource(String8("dab"), mDab) == 0; }, 5s));
@@ -194,16 +192,14 @@ TEST_F(HeadUnitSimTest, ModulesAreResumedAfterTheyAttachAndOnCommand) {
     EXPECT_EQ(0, sysCtrl->detach(module));
     EXPECT_TRUE(sysCtrl->modules().empty());
     EXPECT_EQ(-1, sysCtrl->detach(module));
-}
 
-TEST_F(HeadUnitSimTest, WithoutAutomaticResumeAModuleWaitsForTheCommand) {
-    sp<SimSysCtrl> sysCtrl = new SimSysCtrl(-1);
-    sp<PowerModule> module = new PowerModule();
+    // Without automatic resume a module waits for the command.
+    sysCtrl = new SimSysCtrl(-1);
+    module = new PowerModule();
     sysCtrl->attach(module, 13, 0);
     std::this_thread::sleep_for(50ms);
     EXPECT_EQ(0, module->resumes.load());
     EXPECT_EQ(SimSysCtrl::kAttached, sysCtrl->modules()[0].state);
-    std::string message;
     sysCtrl->resumeAll(&message);
     EXPECT_EQ(1, module->resumes.load());
 }

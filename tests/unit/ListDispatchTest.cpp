@@ -341,24 +341,24 @@ protected:
     }
 };
 
-TEST_F(AbcSearchResultTest, NoMatchForwardsNotFound) {
-    deliverResult(0);
-    EXPECT_EQ(std::vector<std::string>{"46:0:0"}, mClient->summary());
-    EXPECT_TRUE(mLog->contains("notify ui DAB_SERVER_NOTIFY_ABC_SEARCH_NOT_FOUND"));
-    EXPECT_EQ(2, peer().listCountState());
-}
-
-TEST_F(AbcSearchResultTest, MatchForwardsItsZeroBasedPositionOnceAndCachesNothing) {
+TEST_F(AbcSearchResultTest, FirstAnswerForwardsTheZeroBasedMatchOrNotFoundUnlessCancelled) {
     deliverResult(3);
     deliverResult(5);  // only the first answer after the request counts
     EXPECT_EQ(std::vector<std::string>{"23:2:0"}, mClient->summary());
     EXPECT_TRUE(mLog->contains("abc search label=Match"));
     COMP_LIST_ITEM c;
     EXPECT_EQ(1, peer().cache().getCachedServiceItem(DAB_SERVER_SERVICE_ITEM_COMP, 4, &c));
-}
 
-TEST_F(AbcSearchResultTest, CancelledSearchForwardsNothing) {
-    peer().abcSearchState() = 2;
+    mClient->clear();
+    peer().listCountState() = 1;
+    deliverResult(0);
+    EXPECT_EQ(std::vector<std::string>{"46:0:0"}, mClient->summary());
+    EXPECT_TRUE(mLog->contains("notify ui DAB_SERVER_NOTIFY_ABC_SEARCH_NOT_FOUND"));
+    EXPECT_EQ(2, peer().listCountState());
+
+    mClient->clear();
+    peer().abcSearchState() = 2;  // cancelled
+    peer().listCountState() = 1;
     deliverResult(3);
     peer().listCountState() = 1;
     deliverResult(0);
@@ -407,27 +407,27 @@ TEST_F(ErrorLevelTest, ErrorLevelsArePublishedNeverLoweringAPublishedOne) {
     EXPECT_EQ((Published{{"DABError", 2}, {"DABError", 1}, {"DABError", 2}}), published());
 }
 
-TEST_F(ErrorLevelTest, ErrorFallsBackToTheChannelLabelAndClearsTheText) {
+TEST_F(ErrorLevelTest, ErrorFallsBackToTheChannelLabelAndBusyOrFmLinkChangeWhatIsForwarded) {
     peer().currentInfoType() = DAB_SERVER_INFO_TYPE_SERVICE;
     peer().handleErrorInfo(2);
     EXPECT_EQ(DAB_SERVER_INFO_TYPE_FREQ, peer().currentInfoType());
     EXPECT_TRUE(mLog->contains("DABPlayer mCurrentErrorType != EN_DAB_ERROR_INFO_NO_ERROR"));
     EXPECT_TRUE(mLog->contains("DABPlayer DAB_SERVER_NOTIFY_ERROR_INFO_NOTIFIED 2"));
     EXPECT_EQ(2, peer().currentErrorType());
-}
 
-TEST_F(ErrorLevelTest, BusyOperationHidesTheErrorExceptAsRawUpdate) {
+    // A busy operation hides the error except as the raw update; publishing goes on.
+    mClient->clear();
     peer().isInSwitchBand() = DAB_SERVER_IS_IN_PRESET_UPDOWN;
     peer().handleErrorInfo(1);
     peer().isInSwitchBand() = DAB_SERVER_IS_NOT_IN_PRESET_UPDOWN;
     peer().isInSourceOnDelay() = DAB_SERVER_IS_IN_PRESET_UPDOWN;
     peer().handleErrorInfo(2);
     EXPECT_EQ((std::vector<std::string>{"47:1:0", "47:2:0"}), mClient->summary());
-    // Publishing does not depend on the busy states.
-    EXPECT_EQ((Published{{"DABError", 2}}), published());
-}
+    EXPECT_EQ((Published{{"DABError", 1}, {"DABError", 2}}), published());
 
-TEST_F(ErrorLevelTest, FmLinkTwoBlanksTheComponentDisplayAfterTheRawUpdate) {
+    // FM link 2 blanks the component display after the raw update.
+    mClient->clear();
+    peer().isInSourceOnDelay() = DAB_SERVER_IS_NOT_IN_PRESET_UPDOWN;
     peer().currentFmLink() = 2;
     peer().handleErrorInfo(1);
     EXPECT_EQ((std::vector<std::string>{"47:1:0", "12:0:0", "11:0:0", "38:1:0"}),
@@ -456,7 +456,7 @@ TEST_F(ErrorLevelTest, AntennaFaultPublishesLevelThreeEveryTimeAndRecoveryOnlyFr
     EXPECT_EQ(3, mClient->count(DAB_SERVER_NOTIFY_ANT_STATUS_CHANGED));
 }
 
-TEST_F(ErrorLevelTest, AntennaStatusIsForwardedAsFaultOrNormal) {
+TEST_F(ErrorLevelTest, AntennaStatusIsForwardedAsFaultOrNormalAndOnlyNormalFreesItsLevel) {
     const std::pair<int, int> cases[] = {{0, 2}, {1, 2}, {2, 2}, {3, 1}, {5, 1}, {6, 2}};
     for (const auto& c : cases) {
         mClient->clear();
@@ -465,9 +465,6 @@ TEST_F(ErrorLevelTest, AntennaStatusIsForwardedAsFaultOrNormal) {
                   mClient->summary())
                 << "status " << c.first;
     }
-}
-
-TEST_F(ErrorLevelTest, OnlyNormalAntennaStatusFreesTheAntennaLevel) {
     peer().handleAntStatus(3);
     peer().handleAntStatus(0);
     EXPECT_EQ(3, peer().errorCurPublished());

@@ -220,25 +220,7 @@ TEST_F(ListRequestsTest, EnsembleSecondListKeepsTheEnsembleListAndNeedsTheChosen
     EXPECT_EQ(0, peer().cache().getCachedEnsembleItem(1, &out));
 }
 
-TEST_F(ListRequestsTest, GettersOfAnotherListRefuseWithCodeTwentyOne) {
-    cacheServiceList(DAB_SERVER_SERVICE_ITEM_PTY_NEWSINFO, 2);
-    char label[16] = {};
-    int code = 0;
-    EXPECT_EQ(-1, mService->getServiceListItem(0, label, &code));
-    EXPECT_EQ(21, code);
-    EXPECT_TRUE(mLog->contains("bRetStatus =-1 code=21"));
-    code = 0;
-    EXPECT_EQ(-1, mService->getPtyPopularListItem(0, label, &code));
-    EXPECT_EQ(21, code);
-    code = 0;
-    EXPECT_EQ(-1, mService->getEnsembleCompListItem(0, label, &code));
-    EXPECT_EQ(21, code);
-    EXPECT_EQ(0, mService->getPtyNewsinfoListItem(0, label, &code));
-    EXPECT_EQ("Svc 1", text16(label));
-    EXPECT_EQ(-1, mService->getPtyNewsinfoListItem(0, nullptr, &code));
-}
-
-TEST_F(ListRequestsTest, EveryGetterReadsItsOwnList) {
+TEST_F(ListRequestsTest, EveryGetterReadsOnlyTheListBeingBrowsed) {
     struct Getter {
         int type;
         int (DABPlayerService::*get)(int, char*, int*);
@@ -269,20 +251,25 @@ TEST_F(ListRequestsTest, EveryGetterReadsItsOwnList) {
         EXPECT_EQ(1, (mService.get()->*g.get)(-1, label, &code));
     }
     EXPECT_TRUE(mLog->contains("bRetStatus =0 code=5"));
-}
 
-TEST_F(ListRequestsTest, EntryWithEmptyLabelAnswersOneAndLeavesTheOutputsAlone) {
-    COMP_LIST_ITEM c = compItem(1, "");
-    peer().cache().cacheServiceItem(DAB_SERVER_SERVICE_ITEM_PTY_CLASSICS, &c);
+    // An entry with an empty label answers 1 and leaves the outputs alone.
+    COMP_LIST_ITEM empty = compItem(1, "");
+    peer().cache().cacheServiceItem(DAB_SERVER_SERVICE_ITEM_PTY_CLASSICS, &empty);
     char label[16];
     memset(label, 'q', sizeof(label));
     int code = 42;
     EXPECT_EQ(1, mService->getPtyClassicsListItem(0, label, &code));
     EXPECT_EQ('q', label[0]);
     EXPECT_EQ(42, code);
-    // A recall does not look at the label.
-    EXPECT_EQ(0, mService->ptyClassicsListRecall(0));
-    EXPECT_EQ(std::vector<std::string>{recallOf(c)}, mTuner->commands());
+
+    // Getters of another list refuse with code 21; a null label is refused.
+    EXPECT_EQ(-1, mService->getServiceListItem(0, label, &code));
+    EXPECT_EQ(21, code);
+    EXPECT_TRUE(mLog->contains("bRetStatus =-1 code=21"));
+    code = 0;
+    EXPECT_EQ(-1, mService->getEnsembleCompListItem(0, label, &code));
+    EXPECT_EQ(21, code);
+    EXPECT_EQ(-1, mService->getPtyClassicsListItem(0, nullptr, &code));
 }
 
 TEST_F(ListRequestsTest, RecallsTuneToTheEntryOfTheListBeingBrowsed) {
@@ -308,6 +295,12 @@ TEST_F(ListRequestsTest, RecallsTuneToTheEntryOfTheListBeingBrowsed) {
         EXPECT_EQ(std::vector<std::string>{recallOf(c)}, mTuner->commands());
         EXPECT_TRUE(mLog->contains(r.line));
     }
+    // A recall does not look at the label.
+    mTuner->clearCommands();
+    COMP_LIST_ITEM empty = compItem(1, "");
+    peer().cache().cacheServiceItem(DAB_SERVER_SERVICE_ITEM_PTY_CLASSICS, &empty);
+    EXPECT_EQ(0, mService->ptyClassicsListRecall(0));
+    EXPECT_EQ(std::vector<std::string>{recallOf(empty)}, mTuner->commands());
     // Browsing another list refuses; the ensemble list itself has no recall.
     peer().cache().setCurrentCachedServiceItemType(DAB_SERVER_SERVICE_ITEM_ENSEMBLE);
     EXPECT_EQ(-1, mService->ensembleListRecall(0));
@@ -315,7 +308,7 @@ TEST_F(ListRequestsTest, RecallsTuneToTheEntryOfTheListBeingBrowsed) {
     EXPECT_EQ(-1, mService->ptyOthersListRecall(0));
 }
 
-TEST_F(ListRequestsTest, AbcSearchSendsNothingBeforeTheServiceListIsComplete) {
+TEST_F(ListRequestsTest, AbcSearchAsksTheTunerOnlyOnceTheServiceListIsCompleteAndAnswersMinusOne) {
     EXPECT_EQ(-1, mService->abcSearch(0));  // no list size yet
     cacheServiceList(DAB_SERVER_SERVICE_ITEM_COMP, 4);
     peer().cache().setServiceListCount(5);  // the fifth entry has not arrived
@@ -325,11 +318,9 @@ TEST_F(ListRequestsTest, AbcSearchSendsNothingBeforeTheServiceListIsComplete) {
     EXPECT_EQ(0, peer().abcSearchState());
     EXPECT_EQ(0, peer().listCountState());
     EXPECT_EQ(DAB_SERVER_SERVICE_ITEM_COMP, currentType());
-}
 
-TEST_F(ListRequestsTest, AbcSearchAsksTheTunerAndAlwaysAnswersMinusOne) {
+    // Complete: the tuner is asked, the answer is still -1.
     cacheServiceList(DAB_SERVER_SERVICE_ITEM_COMP, 5);
-    peer().cache().setServiceListCount(5);
     EXPECT_EQ(-1, mService->abcSearch(0));
     EXPECT_EQ(1, peer().abcSearchState());
     EXPECT_EQ(1, peer().listCountState());
@@ -342,7 +333,7 @@ TEST_F(ListRequestsTest, AbcSearchAsksTheTunerAndAlwaysAnswersMinusOne) {
                                         "svcListAbcSearchLabelReq(1,0,0)",
                                         "svcListAbcSearchLabelReq(1,30,0)"}),
               mTuner->commands());
-    EXPECT_EQ(4, mLog->count("in abcSearch"));
+    EXPECT_EQ(6, mLog->count("in abcSearch"));
 
     // While searching, the service component getter and recall read the service list.
     char label[16] = {};
@@ -354,7 +345,8 @@ TEST_F(ListRequestsTest, AbcSearchAsksTheTunerAndAlwaysAnswersMinusOne) {
     EXPECT_EQ(std::vector<std::string>{recallOf(compItem(5, "Svc 5"))}, mTuner->commands());
 }
 
-TEST_F(ListRequestsTest, PresetWithoutLabelShowsItsChannelInTheDisplayFormat) {
+TEST_F(ListRequestsTest, PresetItemShowsItsLabelOrItsChannelInTheDisplayFormatOrNothing) {
+    const int initialFormat = peer().currentDisplayFormat();
     cachePreset(1, 3, 0, 13, "");  // block 13 is channel 5A, 174.928 MHz
     char label[16];
     int code = 0;
@@ -378,13 +370,9 @@ TEST_F(ListRequestsTest, PresetWithoutLabelShowsItsChannelInTheDisplayFormat) {
     memcpy(label, "KEEPKEEPKEEPKEEP", 16);
     EXPECT_EQ(0, mService->getPresetListItem(1, 2, label, &code, &avail));
     EXPECT_EQ(0, memcmp(label, "KEEPKEEPKEEPKEEP", 16));
-}
 
-TEST_F(ListRequestsTest, PresetWithLabelAndPresetsNeverReceived) {
+    peer().currentDisplayFormat() = initialFormat;
     cachePreset(2, 6, 1, 40, "My Station", 7);
-    char label[16];
-    int code = 0;
-    int avail = -1;
     EXPECT_EQ(0, mService->getPresetListItem(2, 5, label, &code, &avail));
     EXPECT_EQ("My Station", text16(label));
     EXPECT_EQ(5, code);
@@ -425,26 +413,19 @@ protected:
     }
 };
 
-TEST_F(ListRequestsWorkerTest, RequestPresetListQueuesOnlyBandsNotCached) {
+TEST_F(ListRequestsWorkerTest, RequestsQueueUncachedPresetBandsAndItemOneOfEachPtyGroup) {
     peer().presetListNotCached()[1] = 0;
     EXPECT_EQ(0, mClient->requestPresetList(2));
     peer().presetListNotCached()[1] = 1;
     EXPECT_EQ(0, mClient->requestPresetList(2));
     EXPECT_TRUE(mTuner->waitForCommand("pchListReq(1)"));
     ASSERT_TRUE(waitWorkerIdle());
-    EXPECT_EQ(std::vector<std::string>{"pchListReq(1)"}, mTuner->commands());
-}
-
-TEST_F(ListRequestsWorkerTest, EachPtyListAsksTheTunerForItemOneOfItsGroup) {
     for (int index = 0; index <= 3; ++index) {
         EXPECT_EQ(0, mClient->requestPTYSecondList(index));
         EXPECT_TRUE(mTuner->waitForCommand("ptyListItemReq(1," + std::to_string(index + 1) + ")"));
         ASSERT_TRUE(waitWorkerIdle());
     }
-    EXPECT_EQ(4u, mTuner->commands().size());
-}
-
-TEST_F(ListRequestsWorkerTest, UnknownPtyGroupClearsTheListsButQueuesNothing) {
+    // An unknown group clears nothing of the browsed list and queues nothing.
     COMP_LIST_ITEM c = compItem(1, "Pop");
     peer().cache().cacheServiceItem(DAB_SERVER_SERVICE_ITEM_PTY_POPULAR, &c);
     EXPECT_EQ(0, mClient->requestPTYSecondList(5));
@@ -454,7 +435,9 @@ TEST_F(ListRequestsWorkerTest, UnknownPtyGroupClearsTheListsButQueuesNothing) {
     EXPECT_EQ(1, peer().cache().getCachedServiceItem(DAB_SERVER_SERVICE_ITEM_PTY_POPULAR, 1, &c));
     EXPECT_TRUE(mLog->contains("DABListProcessThread::requestServiceListItem msgType=0,itemIndex=1"));
     ASSERT_TRUE(waitWorkerIdle());
-    EXPECT_TRUE(mTuner->commands().empty());
+    EXPECT_EQ((std::vector<std::string>{"pchListReq(1)", "ptyListItemReq(1,1)", "ptyListItemReq(1,2)",
+                                        "ptyListItemReq(1,3)", "ptyListItemReq(1,4)"}),
+              mTuner->commands());
 }
 
 // ---- End to end: the tuner answers every request with the scripted items. ----

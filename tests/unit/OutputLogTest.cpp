@@ -25,12 +25,6 @@ TEST(OutputLogTest, WritesBracketedReportAtErrorPriorityWithoutTag) {
               line.message);
 }
 
-TEST(OutputLogTest, MessageWithoutArgumentsIsWrittenUnchanged) {
-    HostLog::Capture capture;
-    OutputLog("f.cpp", 7, 0x20300001, "in main Source::create failed!");
-    EXPECT_EQ("[f.cpp:7][0x20300001][in main Source::create failed!]\r\n", onlyLine(capture).message);
-}
-
 TEST(OutputLogTest, LongMessageIsCutSoThatPrefixAndTextUse255Characters) {
     HostLog::Capture capture;
     std::string longText(400, 'x');

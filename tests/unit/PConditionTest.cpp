@@ -20,40 +20,32 @@ struct timespec at(time_t sec, long nsec) {
     return t;
 }
 
-TEST(PConditionDeadline, MicrosecondPartCarriesIntoSeconds) {
-    struct timespec d = PCondition::deadlineFrom(at(100, 999500000), 600);
-    EXPECT_EQ(101, d.tv_sec);
-    EXPECT_EQ(100000, d.tv_nsec);
+TEST(PConditionDeadline, MicrosecondsCarryIntoSecondsAtOneBillionNanoseconds) {
+    const struct {
+        long startNs;
+        long us;
+        time_t sec;
+        long ns;
+    } cases[] = {
+        {999500000, 600, 101, 100000},      // the microsecond part carries
+        {999500000, 1000000, 101, 999500000},  // whole seconds add without carry
+        {999000000, 1000, 101, 0},          // exactly one billion carries
+        {998999999, 1000, 100, 999999999},
+    };
+    for (const auto& c : cases) {
+        struct timespec d = PCondition::deadlineFrom(at(100, c.startNs), c.us);
+        EXPECT_EQ(c.sec, d.tv_sec) << c.startNs << "+" << c.us;
+        EXPECT_EQ(c.ns, d.tv_nsec) << c.startNs << "+" << c.us;
+    }
 }
 
-TEST(PConditionDeadline, WholeSecondsAddWithoutCarry) {
-    struct timespec d = PCondition::deadlineFrom(at(100, 999500000), 1000000);
-    EXPECT_EQ(101, d.tv_sec);
-    EXPECT_EQ(999500000, d.tv_nsec);
-}
-
-TEST(PConditionDeadline, ExactlyOneBillionNanosecondsCarries) {
-    struct timespec d = PCondition::deadlineFrom(at(7, 999000000), 1000);
-    EXPECT_EQ(8, d.tv_sec);
-    EXPECT_EQ(0, d.tv_nsec);
-    d = PCondition::deadlineFrom(at(7, 998999999), 1000);
-    EXPECT_EQ(7, d.tv_sec);
-    EXPECT_EQ(999999999, d.tv_nsec);
-}
-
-TEST(PConditionWait, SignalBeforeWaitIsRemembered) {
+TEST(PConditionWait, FlagModeRemembersASignalBeforeTheWaitAndCollapsesRepeats) {
     PCondition cond(false);
+    cond.signal();
     cond.signal();
     Clock::time_point start = Clock::now();
     EXPECT_EQ(0, cond.wait(2000000));
     EXPECT_LT(secondsSince(start), 1.0);
-}
-
-TEST(PConditionWait, FlagModeCollapsesSignalsIntoOne) {
-    PCondition cond(false);
-    cond.signal();
-    cond.signal();
-    EXPECT_EQ(0, cond.wait(2000000));
     EXPECT_EQ(1, cond.wait(50000));
 }
 

@@ -10,15 +10,12 @@ namespace {
 
 class ServiceLifecycleTest : public ServiceFixture {};
 
-TEST_F(ServiceLifecycleTest, ConstructionInitialisesTunerAndAttachesToSystemControl) {
+TEST_F(ServiceLifecycleTest, ConstructionAttachesAndInitialisesTheTunerAndDestructionFinalisesIt) {
     EXPECT_TRUE(mTuner->initialized());
     EXPECT_THAT(mSysCtrl->calls(), ElementsAre("attach(13,0)"));
     EXPECT_TRUE(mLog->contains("DABPlayerService construct"));
     EXPECT_FALSE(peer().isResumed());
     EXPECT_FALSE(peer().isActive());
-}
-
-TEST_F(ServiceLifecycleTest, DestructionFinalisesTheTuner) {
     sp<FakeTuner> tuner = mTuner;
     mService.clear();
     EXPECT_TRUE(tuner->finalized());
@@ -140,12 +137,9 @@ TEST_F(ServiceLifecycleTest, NotificationCallbackIgnoresANullCookieAndLogsAfterH
     EXPECT_TRUE(mLog->contains("DABPlayerService get notify id=26"));
 }
 
-TEST_F(ServiceLifecycleTest, FanOutWithEmptyRegistryOnlyLogsItsSize) {
+TEST_F(ServiceLifecycleTest, FanOutReachesEveryClientInTheOrderSent) {
     mService->exeNotify(1, 2, 0, nullptr);
     EXPECT_TRUE(mLog->contains("DABPlayerService exeNotify size:0\n"));
-}
-
-TEST_F(ServiceLifecycleTest, FanOutReachesEveryClientInTheOrderSent) {
     sp<FakeClient> a, b, c;
     sp<IDABPlayer> ca = connect(&a), cb = connect(&b), cc = connect(&c);
     EXPECT_EQ(3u, peer().clientCount());

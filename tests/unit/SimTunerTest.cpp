@@ -237,37 +237,36 @@ protected:
 
 // --- Power-on, seek and step ---
 
-TEST_F(SimTunerTest, PowerOnReportsConnectionAntennaBandAndStartPreset) {
-    start();
+TEST_F(SimTunerTest, PowerOnReportsConnectionAntennaBandAndStartPresetBeforeAnEarlyCommand) {
+    mTuner = new SimTuner(std::make_shared<SimWorld>(SimWorld::builtIn()));
+    mRec.attach(mTuner.get());
+    ASSERT_EQ(0, mTuner->initialize(&Recorder::onNotify, &mRec));
+    ASSERT_EQ(0, mTuner->command("manualUp"));  // queued behind the power-on report
+    ASSERT_TRUE(mRec.waitForId(0, DAB_NOTIFY_FM_LINK, nullptr, 2));
     std::vector<Seen> seen = mRec.since(0);
     ASSERT_GE(seen.size(), 5u);
-    EXPECT_EQ(DAB_NOTIFY_CONNECT_STATUS, seen[0].id);
-    EXPECT_EQ(1, seen[0].value);
-    EXPECT_EQ(DAB_NOTIFY_ANT_STATUS, seen[1].id);
-    EXPECT_EQ(DAB_NOTIFY_BAND, seen[2].id);
-    EXPECT_EQ(1, seen[2].value);
-    EXPECT_EQ(DAB_NOTIFY_FREQ, seen[3].id);
-    EXPECT_EQ(14, seen[3].value);
-    EXPECT_EQ(DAB_NOTIFY_LOGIC_MODE, seen[4].id);
-    EXPECT_EQ(5, seen[4].value);
-    EXPECT_EQ(std::vector<int>{1}, valuesOf(seen, DAB_NOTIFY_PRESET_NUM));
-    const Seen* service = lastOf(seen, DAB_NOTIFY_SERVICE_LABEL);
+    const DABNotifyID first[] = {DAB_NOTIFY_CONNECT_STATUS, DAB_NOTIFY_ANT_STATUS, DAB_NOTIFY_BAND,
+                                 DAB_NOTIFY_FREQ, DAB_NOTIFY_LOGIC_MODE};
+    const int values[] = {1, 1, 1, 14, 5};
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_EQ(first[i], seen[i].id) << i;
+        EXPECT_EQ(values[i], seen[i].value) << i;
+    }
+    EXPECT_EQ((std::vector<int>{14, 15}), valuesOf(seen, DAB_NOTIFY_FREQ));
+    EXPECT_EQ((std::vector<int>{1, 0}), valuesOf(seen, DAB_NOTIFY_PRESET_NUM));
+    const Seen* service = nullptr;
+    for (const Seen& s : seen) {
+        if (s.id == DAB_NOTIFY_SERVICE_LABEL) {
+            service = &s;
+            break;
+        }
+    }
     ASSERT_NE(nullptr, service);
     EXPECT_EQ(1u, service->title.charset);
     EXPECT_EQ("Nordwelle Pop", text16(service->title.text));
     EXPECT_EQ(1, mTuner->getter("getBand"));
-    EXPECT_EQ(1, mTuner->getter("getPchNum"));
-    EXPECT_EQ(14, mTuner->getter("getNmValue"));
+    EXPECT_EQ(15, mTuner->getter("getNmValue"));
     EXPECT_EQ(1, mTuner->getter("getAntStatus"));
-}
-
-TEST_F(SimTunerTest, CommandRightAfterStartFollowsThePowerOnReport) {
-    mTuner = new SimTuner(std::make_shared<SimWorld>(SimWorld::builtIn()));
-    mRec.attach(mTuner.get());
-    ASSERT_EQ(0, mTuner->initialize(&Recorder::onNotify, &mRec));
-    ASSERT_EQ(0, mTuner->command("manualUp"));
-    ASSERT_TRUE(mRec.waitForId(0, DAB_NOTIFY_FM_LINK, nullptr, 2));
-    EXPECT_EQ((std::vector<int>{14, 15}), valuesOf(mRec.since(0), DAB_NOTIFY_FREQ));
 }
 
 TEST_F(SimTunerTest, SeekUpCrossesEmptyChannelsInSeekModeAndLandsOnNextEnsemble) {
@@ -467,7 +466,7 @@ TEST_F(SimTunerTest, PresetMemoryStoresTheStationAndAsksForTheListsAgain) {
 
 // --- Lists and search ---
 
-TEST_F(SimTunerTest, ServiceComponentListIsAnsweredItemByItemInAlphabeticalOrder) {
+TEST_F(SimTunerTest, ServiceComponentListIsAnsweredItemByItemInAlphabeticalOrderAndSearched) {
     start();
     std::vector<ST_DAB_SVC_LIST_DATA> items =
         readList([this](uint8_t pos) { return mTuner->svcCompListItemReq(pos, 0, 0); });
@@ -495,6 +494,22 @@ TEST_F(SimTunerTest, ServiceComponentListIsAnsweredItemByItemInAlphabeticalOrder
     ASSERT_TRUE(mRec.waitForId(m, DAB_NOTIFY_SVC_LIST_ITEM, &past));
     EXPECT_EQ(0, past.svc.valid);
     EXPECT_EQ(39, past.svc.curnum_all);
+
+    // The alphabetical search answers the first matching position, or 0.
+    m = mRec.mark();
+    ASSERT_EQ(0, mTuner->svcListAbcSearchLabelReq(1, 'K', 0));
+    Seen hit;
+    ASSERT_TRUE(mRec.waitForId(m, DAB_NOTIFY_SVC_LIST_ITEM, &hit));
+    int pos = hit.svc.listnum_pos;
+    ASSERT_GE(pos, 2);
+    EXPECT_EQ('K', items[pos - 1].label[0]);
+    EXPECT_NE('K', items[pos - 2].label[0]);
+    EXPECT_EQ(items[pos - 1].sid, hit.svc.sid);
+    m = mRec.mark();
+    ASSERT_EQ(0, mTuner->svcListAbcSearchLabelReq(1, 'Q', 0));
+    ASSERT_TRUE(mRec.waitForId(m, DAB_NOTIFY_SVC_LIST_ITEM, &hit));
+    EXPECT_EQ(0, hit.svc.listnum_pos);
+    EXPECT_EQ(39, hit.svc.listnum_all);
 }
 
 TEST_F(SimTunerTest, PtyEnsembleAndEnsembleComponentListsFollowTheWorld) {
@@ -532,40 +547,6 @@ TEST_F(SimTunerTest, PtyEnsembleAndEnsembleComponentListsFollowTheWorld) {
     EXPECT_EQ(0, none.svc.valid);
 }
 
-TEST_F(SimTunerTest, AlphabeticalSearchAnswersFirstMatchingPositionOrZero) {
-    start();
-    std::vector<ST_DAB_SVC_LIST_DATA> items =
-        readList([this](uint8_t pos) { return mTuner->svcCompListItemReq(pos, 0, 0); });
-    ASSERT_EQ(39u, items.size());
-
-    size_t m = mRec.mark();
-    ASSERT_EQ(0, mTuner->svcListAbcSearchLabelReq(1, 'K', 0));
-    Seen hit;
-    ASSERT_TRUE(mRec.waitForId(m, DAB_NOTIFY_SVC_LIST_ITEM, &hit));
-    int pos = hit.svc.listnum_pos;
-    ASSERT_GE(pos, 2);
-    EXPECT_EQ('K', items[pos - 1].label[0]);
-    EXPECT_NE('K', items[pos - 2].label[0]);
-    EXPECT_EQ(items[pos - 1].sid, hit.svc.sid);
-
-    m = mRec.mark();
-    ASSERT_EQ(0, mTuner->svcListAbcSearchLabelReq(1, 'Q', 0));
-    Seen miss;
-    ASSERT_TRUE(mRec.waitForId(m, DAB_NOTIFY_SVC_LIST_ITEM, &miss));
-    EXPECT_EQ(0, miss.svc.listnum_pos);
-    EXPECT_EQ(39, miss.svc.listnum_all);
-}
-
-TEST_F(SimTunerTest, DroppedListRequestIsNeverAnsweredAndTheNextOneIs) {
-    start();
-    ASSERT_EQ(0, mTuner->dropNextListRequest());
-    size_t m = mRec.mark();
-    ASSERT_EQ(0, mTuner->svcCompListItemReq(1, 0, 0));
-    EXPECT_FALSE(mRec.waitForId(m, DAB_NOTIFY_SVC_LIST_ITEM, nullptr, 1, 300));
-    ASSERT_EQ(0, mTuner->svcCompListItemReq(1, 0, 0));
-    EXPECT_TRUE(mRec.waitForId(m, DAB_NOTIFY_SVC_LIST_ITEM));
-}
-
 // --- Labels and dynamic text ---
 
 TEST_F(SimTunerTest, LabelsComeInEachCharacterSetOrAsNoDataProvided) {
@@ -600,23 +581,19 @@ TEST_F(SimTunerTest, LabelsComeInEachCharacterSetOrAsNoDataProvided) {
     for (DABNotifyID id : {DAB_NOTIFY_ENSEMBLE_LABEL, DAB_NOTIFY_SERVICE_LABEL, DAB_NOTIFY_COMP_LABEL}) {
         EXPECT_EQ("No Data Provided", std::string(lastOf(seen, id)->title.text, 16)) << id;
     }
+    // A secondary component is recalled by its SCId.
+    m = mRec.mark();
+    ASSERT_EQ(0, mTuner->serviceRecall(14, 0x10A1, 0xD105, 2));
+    ASSERT_TRUE(mRec.waitForId(m, DAB_NOTIFY_FM_LINK));
+    seen = mRec.since(m);
+    EXPECT_EQ(std::vector<int>{3}, valuesOf(seen, DAB_NOTIFY_COMP_NUM));
+    EXPECT_EQ("Arena Live 2", text16(lastOf(seen, DAB_NOTIFY_COMP_LABEL)->title.text));
+    EXPECT_EQ(std::vector<int>{0}, valuesOf(seen, DAB_NOTIFY_PRESET_NUM));  // bank 1 does not hold it
     // A recall of a service that does not exist changes nothing.
     m = mRec.mark();
     ASSERT_EQ(0, mTuner->serviceRecall(33, 0x10D4, 0xBEEF, 0));
     std::this_thread::sleep_for(std::chrono::milliseconds(150));
     EXPECT_TRUE(mRec.since(m).empty());
-}
-
-TEST_F(SimTunerTest, SecondaryComponentIsRecalledByItsScid) {
-    start();
-    size_t m = mRec.mark();
-    ASSERT_EQ(0, mTuner->serviceRecall(14, 0x10A1, 0xD105, 2));
-    ASSERT_TRUE(mRec.waitForId(m, DAB_NOTIFY_FM_LINK));
-    std::vector<Seen> seen = mRec.since(m);
-    EXPECT_EQ(std::vector<int>{3}, valuesOf(seen, DAB_NOTIFY_COMP_TOTAL));
-    EXPECT_EQ(std::vector<int>{3}, valuesOf(seen, DAB_NOTIFY_COMP_NUM));
-    EXPECT_EQ("Arena Live 2", text16(lastOf(seen, DAB_NOTIFY_COMP_LABEL)->title.text));
-    EXPECT_EQ(std::vector<int>{0}, valuesOf(seen, DAB_NOTIFY_PRESET_NUM));  // bank 1 does not hold it
 }
 
 TEST_F(SimTunerTest, DynamicTextsArriveAsTwoSegmentsAndChangeInTurn) {
@@ -805,7 +782,7 @@ TEST_F(SimTunerTest, FaultControlsNotifyAndTheGettersFollow) {
     EXPECT_EQ(-1, mTuner->setConnectStatus(-1));
 }
 
-TEST_F(SimTunerTest, UnresponsiveTunerIgnoresCommandsButAnswersGettersUntilItRecovers) {
+TEST_F(SimTunerTest, UnresponsiveTunerAndDroppedListRequestAnswerNothing) {
     start();
     ASSERT_EQ(0, mTuner->setUnresponsive(true));
     size_t m = mRec.mark();
@@ -819,6 +796,14 @@ TEST_F(SimTunerTest, UnresponsiveTunerIgnoresCommandsButAnswersGettersUntilItRec
     ASSERT_EQ(0, mTuner->setUnresponsive(false));
     std::vector<Seen> seen = commandAndWaitStation("manualUp");
     EXPECT_EQ(std::vector<int>{15}, valuesOf(seen, DAB_NOTIFY_FREQ));
+
+    // A dropped list request is never answered; the next one is.
+    ASSERT_EQ(0, mTuner->dropNextListRequest());
+    m = mRec.mark();
+    ASSERT_EQ(0, mTuner->svcCompListItemReq(1, 0, 0));
+    EXPECT_FALSE(mRec.waitForId(m, DAB_NOTIFY_SVC_LIST_ITEM, nullptr, 1, 300));
+    ASSERT_EQ(0, mTuner->svcCompListItemReq(1, 0, 0));
+    EXPECT_TRUE(mRec.waitForId(m, DAB_NOTIFY_SVC_LIST_ITEM));
 }
 
 TEST_F(SimTunerTest, TextControlsReachTheActiveTuner) {
@@ -876,10 +861,16 @@ TEST_F(SimTunerTest, GettersAndCommandsFromOtherThreadsDuringSeeksAreSafe) {
     for (auto& r : readers) r.join();
 }
 
-TEST_F(SimTunerTest, FinalizeStopsTheCallbackThreadAndLaterCommandsAreRefused) {
+TEST_F(SimTunerTest, BadStartsAreRefusedAndFinalizeStopsTheCallbackThreadAndLaterCommands) {
     const int before = threadCount();
+    android::sp<SimTuner> idle = new SimTuner(fastWorld());
+    EXPECT_EQ(-1, idle->initialize(nullptr, nullptr));
     start(fastWorld());
     EXPECT_EQ(before + 1, threadCount());
+    EXPECT_EQ(-1, mTuner->initialize(&Recorder::onNotify, &mRec));
+    EXPECT_EQ(-1, mTuner->command("warpDrive"));
+    EXPECT_EQ(-1, mTuner->command(nullptr));
+    EXPECT_EQ(0, mTuner->command("abcSearchModeOn"));
     ASSERT_EQ(0, mTuner->command("seekUp"));
     ASSERT_EQ(0, mTuner->finalize());
     EXPECT_EQ(before, threadCount());
@@ -893,16 +884,6 @@ TEST_F(SimTunerTest, FinalizeStopsTheCallbackThreadAndLaterCommandsAreRefused) {
     // Getters still answer from the last state.
     int block = mTuner->getter("getNmValue");
     EXPECT_TRUE(block >= 13 && block <= 76) << block;
-}
-
-TEST_F(SimTunerTest, InitializeRefusesNullCallbackAndSecondStart) {
-    android::sp<SimTuner> tuner = new SimTuner(fastWorld());
-    EXPECT_EQ(-1, tuner->initialize(nullptr, nullptr));
-    start(fastWorld());
-    EXPECT_EQ(-1, mTuner->initialize(&Recorder::onNotify, &mRec));
-    EXPECT_EQ(-1, mTuner->command("warpDrive"));
-    EXPECT_EQ(-1, mTuner->command(nullptr));
-    EXPECT_EQ(0, mTuner->command("abcSearchModeOn"));
 }
 
 // Finalize from inside the notification must not wait for itself.

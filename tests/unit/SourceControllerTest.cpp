@@ -52,7 +52,7 @@ protected:
     sp<DABTASourceController> mTAController;
 };
 
-TEST_F(UnboundControllerTest, ActivationAndDeactivationWithoutServiceFailWithMinusOneLogged) {
+TEST_F(UnboundControllerTest, ActivationWithoutServiceFailsWithMinusOneLoggedAndArgumentOneDoesNothing) {
     EXPECT_EQ(0, mMediaManager->activate("dab"));
     EXPECT_EQ(0, mMediaManager->deactivate("dab"));
     EXPECT_EQ(0, mMediaManager->activate("tadab"));
@@ -64,9 +64,8 @@ TEST_F(UnboundControllerTest, ActivationAndDeactivationWithoutServiceFailWithMin
                       "DABTASourceController onRequestDeactivation, DeActivation result -1",
               }),
               mLog->messages("DABSource"));
-}
-
-TEST_F(UnboundControllerTest, RequestArgumentOneIsAcceptedWithoutAnyAction) {
+    // Request argument 1 is accepted without any action.
+    mLog->clear();
     EXPECT_EQ(1, mMediaManager->activate("dab", 1));
     EXPECT_EQ(1, mMediaManager->deactivate("dab", 1));
     EXPECT_EQ(1, mMediaManager->activate("tadab", 1));
@@ -123,15 +122,13 @@ TEST_F(UnboundControllerTest, MediaStatusMapsOneToThreeTwoToTwoAndIgnoresOthers)
     EXPECT_EQ(2, mTAController->mediaStatus());
 }
 
-TEST_F(UnboundControllerTest, PrivateDataAnswersZero) {
+TEST_F(UnboundControllerTest, PrivateDataAnswersZeroAndNotificationsOtherThanReconnectAreOnlyLogged) {
     EXPECT_EQ(0, mController->onRequestPrivateData(3, nullptr, nullptr));
     EXPECT_EQ(0, mTAController->onRequestPrivateData(3, nullptr, nullptr));
     EXPECT_EQ(std::vector<std::string>({"DABSourceController onRequestPrivateData",
                                         "DABTASourceController onRequestPrivateData"}),
               mLog->messages("DABSource"));
-}
-
-TEST_F(UnboundControllerTest, NotificationsOtherThanReconnectAreOnlyLogged) {
+    mLog->clear();
     Parcel data;
     data.writeInt32(42);
     data.setDataPosition(0);
@@ -172,7 +169,7 @@ TEST_F(BoundControllerTest, ActivationRequestActivatesTheDabSourceAndArgumentOne
     EXPECT_EQ(std::vector<std::string>({"setOomAdj(5,0)", "setOomAdj(5,2)"}), mProcess->calls());
 }
 
-TEST_F(BoundControllerTest, TaControllerActivatesSourceTypeOne) {
+TEST_F(BoundControllerTest, TaControllerActivatesSourceTypeOneAndSourceReleaseZeroDeactivates) {
     resume();
     EXPECT_EQ(1, mMediaManager->activate("tadab"));
     EXPECT_EQ(1, peer().isActive());
@@ -181,13 +178,13 @@ TEST_F(BoundControllerTest, TaControllerActivatesSourceTypeOne) {
     EXPECT_TRUE(mLog->contains("DABTASourceController onRequestActivation, Activation result 0"));
     EXPECT_EQ(1, mMediaManager->deactivate("tadab"));
     EXPECT_EQ(0, peer().isActive());
-}
 
-TEST_F(BoundControllerTest, SourceReleaseWithReasonZeroDeactivates) {
-    activate(DAB_SERVER_SOURCE_TA);
+    // A source release deactivates only with reason 0.
+    EXPECT_EQ(1, mMediaManager->activate("tadab"));
     mTAController->onSourceRelease(1);
     EXPECT_EQ(1, peer().isActive());
     mTAController->onSourceRelease(0);
     EXPECT_EQ(0, peer().isActive());
-    EXPECT_EQ(0, mLog->count("DABTASourceController onRequestDeactivation, DeActivation result 0"));
+    // Only the explicit deactivation above went through the request.
+    EXPECT_EQ(1, mLog->count("DABTASourceController onRequestDeactivation, DeActivation result 0"));
 }

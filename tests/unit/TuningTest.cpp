@@ -181,43 +181,34 @@ TEST_F(TuningTest, PresetUpAndDownRecallStepThroughPresets) {
     EXPECT_EQ(2, mLog->count(registered(12)));
 }
 
-TEST_F(TuningTest, PresetListRecallOfThePlayingPresetKeepsTheTextAndReportsPresetMode) {
+TEST_F(TuningTest, PresetListRecallKeepsTheTextOfThePlayingPresetBlanksOthersAndChecksArguments) {
     activateAndSettle();
     mTuner->setGetter("getBand", 2);
     mTuner->setGetter("getPchNum", 4);
     EXPECT_EQ(0, mService->presetListRecall(2, 3));
     EXPECT_THAT(mCallback->summary(), ElementsAre("12:0:0", "11:0:0", "39:17:0"));
-    EXPECT_THAT(mTuner->commands(), ElementsAre("pchRecall(1,4)"));
     EXPECT_EQ(kBusy, peer().isInPresetUpDown());
     EXPECT_TRUE(mLog->contains("DABPlayerService::presetListRecall, band=2, index=3"));
     EXPECT_TRUE(logHas(registered(12)));
-}
 
-TEST_F(TuningTest, PresetListRecallOfAnotherPresetBlanksTheDisplay) {
-    activateAndSettle();
-    mTuner->setGetter("getBand", 2);
-    mTuner->setGetter("getPchNum", 4);
-    EXPECT_EQ(0, mService->presetListRecall(1, 0));
+    mCallback->clear();
+    EXPECT_EQ(0, mService->presetListRecall(1, 3));  // the playing number, another band
     EXPECT_EQ(0, mService->presetListRecall(3, 5));
     EXPECT_THAT(mCallback->summary(),
                 ElementsAre("14:0:0", "12:0:0", "11:0:0", "14:0:0", "12:0:0", "11:0:0"));
-    EXPECT_THAT(mTuner->commands(), ElementsAre("pchRecall(0,1)", "pchRecall(2,6)"));
-}
 
-TEST_F(TuningTest, PresetListRecallWithBadArgumentsReportsAndRefuses) {
-    activateAndSettle();
+    mCallback->clear();
     const std::pair<int, int> bad[] = {{0, 0}, {1, 6}, {4, 0}, {1, -1}};
     for (const auto& args : bad) {
         EXPECT_EQ(-1, mService->presetListRecall(args.first, args.second));
         EXPECT_TRUE(outputLogged("in presetListRecall band=" + std::to_string(args.first) +
                                  ",index=" + std::to_string(args.second)));
     }
-    EXPECT_THAT(mTuner->commands(), IsEmpty());
+    EXPECT_THAT(mTuner->commands(), ElementsAre("pchRecall(1,4)", "pchRecall(0,4)", "pchRecall(2,6)"));
     EXPECT_THAT(mCallback->summary(), IsEmpty());
-    EXPECT_EQ(kIdle, peer().isInPresetUpDown());
 }
 
-TEST_F(TuningTest, MemoryStoresIntoTheCurrentBandOrReportsABadIndex) {
+TEST_F(TuningTest, MemoryStoresIntoTheCurrentBandOrRefusesABadIndex) {
     activateAndSettle();
     mTuner->setGetter("getBand", 3);
     EXPECT_EQ(0, mService->memory(2));
@@ -228,6 +219,13 @@ TEST_F(TuningTest, MemoryStoresIntoTheCurrentBandOrReportsABadIndex) {
     EXPECT_THAT(mTuner->commands(), ElementsAre("pchMemory(2,3)"));
     EXPECT_THAT(mCallback->summary(), IsEmpty());
     EXPECT_TRUE(mLog->contains("DABPlayerService::memory index=2"));
+    // The list form refuses bad arguments without a report.
+    mLog->clear();
+    EXPECT_EQ(-1, mService->presetListMemory(0, 0));
+    EXPECT_EQ(-1, mService->presetListMemory(1, 6));
+    EXPECT_FALSE(logHas("[0x20300006]"));
+    EXPECT_THAT(mTuner->commands(), ElementsAre("pchMemory(2,3)"));
+    EXPECT_THAT(mCallback->summary(), IsEmpty());
 }
 
 TEST_F(TuningTest, PresetListMemoryEndsEverythingThenHoldsThePresetBusy) {
@@ -247,22 +245,6 @@ TEST_F(TuningTest, PresetListMemoryEndsEverythingThenHoldsThePresetBusy) {
     EXPECT_EQ(kBusy, peer().isInPresetMemoryExtend());
     EXPECT_TRUE(mLog->contains("DABPlayerService::memory, band=3, index=5"));
     EXPECT_FALSE(logHas(registered(12)));
-}
-
-TEST_F(TuningTest, PresetListMemoryOnAnInactiveServiceStillRunsTheTimeOutHandling) {
-    resume();
-    EXPECT_EQ(-1, mService->presetListMemory(3, 5));
-    EXPECT_EQ(kInactiveTimeOut, mCallback->summary());
-    EXPECT_THAT(mTuner->commands(), IsEmpty());
-}
-
-TEST_F(TuningTest, PresetListMemoryWithBadArgumentsRefusesSilently) {
-    activateAndSettle();
-    EXPECT_EQ(-1, mService->presetListMemory(0, 0));
-    EXPECT_EQ(-1, mService->presetListMemory(1, 6));
-    EXPECT_THAT(mCallback->summary(), IsEmpty());
-    EXPECT_FALSE(logHas("[0x20300006]"));
-    EXPECT_THAT(mTuner->commands(), IsEmpty());
 }
 
 TEST_F(TuningTest, RecallEndsEveryBusyStateAndRecallsValidPresetsOnly) {
@@ -353,7 +335,7 @@ TEST_F(TuningTest, ClearForRecallCancelsTheEventButKeepsThePresetBusy) {
     EXPECT_TRUE(eventually([&] { return logHas("DABListProcessThread get new preset up/down"); }));
 }
 
-TEST_F(TuningTest, TimeOutOnAnInactiveServiceReportsDefaults) {
+TEST_F(TuningTest, TimeOutOnAnInactiveServiceReportsDefaultsAndKeepsTheListUpdateMode) {
     resume();
     allBusy();
     peer().seekDirection() = 1;
@@ -363,10 +345,14 @@ TEST_F(TuningTest, TimeOutOnAnInactiveServiceReportsDefaults) {
     EXPECT_EQ(5, peer().currentLogicMode());
     EXPECT_TRUE(mLog->contains("DABPlayerService::onWaitEventTimeOuttt type =16"));
     EXPECT_THAT(mMediaData->published(), IsEmpty());
-}
 
-TEST_F(TuningTest, TimeOutKeepsTheAutomaticListUpdateMode) {
-    resume();
+    // The list memory refuses but still runs the time-out handling.
+    mCallback->clear();
+    EXPECT_EQ(-1, mService->presetListMemory(3, 5));
+    EXPECT_EQ(kInactiveTimeOut, mCallback->summary());
+    EXPECT_THAT(mTuner->commands(), IsEmpty());
+
+    mCallback->clear();
     peer().currentLogicMode() = 28;
     mService->onWaitEventTimeOut(15);
     EXPECT_EQ(28, peer().currentLogicMode());
