@@ -153,7 +153,11 @@ TEST(BinderWireTest, ObjectTableMustPointInsideTheDataInOrder) {
     e[1].position = 6;
     EXPECT_STREQ("bad object position", checkObjects(e, 2, 12));  // unaligned
     e[1].position = 4;
-    e[1].kind = 3;
+    e[1].kind = kObjectFileDescriptor;
+    EXPECT_STREQ("bad descriptor entry", checkObjects(e, 2, 8));  // descriptors name no handle
+    e[1].handle = 0;
+    EXPECT_EQ(nullptr, checkObjects(e, 2, 8));
+    e[1].kind = 4;
     EXPECT_STREQ("bad object kind", checkObjects(e, 2, 8));
 }
 

@@ -25,6 +25,7 @@ public:
     }
     bool isBinderAlive() const override { return true; }
     status_t pingBinder() override { return NO_ERROR; }
+    status_t dump(int, const Vector<String16>&) override { return NO_ERROR; }
     status_t transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) override {
         lastCode = code;
         lastFlags = flags;

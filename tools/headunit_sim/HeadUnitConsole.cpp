@@ -236,7 +236,7 @@ int HeadUnitConsole::run(const std::string& line, bool asJson, std::string* outp
         json out = {{"status", status}};
         if (!message.empty() || j.empty()) out["reply"] = message;
         for (auto it = j.begin(); it != j.end(); ++it) out[it.key()] = it.value();
-        *output = dump(out);
+        *output = ::dump(out);
     } else {
         *output = message;
     }

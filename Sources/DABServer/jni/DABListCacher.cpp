@@ -187,3 +187,21 @@ int DABListCacher::getServiceListCount() {
     android::Mutex::Autolock lock(mCacheLock);
     return mServiceListCount;
 }
+
+void DABListCacher::summary(Summary* out) {
+    android::Mutex::Autolock lock(mCacheLock);
+    for (int band = 0; band < DAB_SERVER_PRESET_BAND_COUNT; ++band) {
+        int32_t n = 0;
+        for (int i = 0; i < DAB_SERVER_PRESET_ITEM_COUNT; ++i) {
+            if (mPresetTable[band][i].item_index != 0) ++n;
+        }
+        out->presetItems[band] = n;
+    }
+    out->currentType = mCurrentCachedServiceItemType;
+    out->listCount = mServiceListCount;
+    out->serviceItems[0] = 0;
+    for (int type = 1; type <= kServiceListCount; ++type) {
+        out->serviceItems[type] = static_cast<int32_t>(mServiceLists[type - 1].size());
+    }
+    out->ensembleItems = static_cast<int32_t>(mEnsembleList.size());
+}

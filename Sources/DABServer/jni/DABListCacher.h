@@ -116,6 +116,17 @@ public:
     // Binder threads; blocks briefly on mCacheLock.
     int getServiceListCount();
 
+    // What the cache holds, for the service's dump; nothing is logged.
+    struct Summary {
+        int32_t presetItems[DAB_SERVER_PRESET_BAND_COUNT];  // cached presets per band
+        int32_t currentType;                                // service item type, 0 none
+        int32_t listCount;                                  // announced size of the list
+        int32_t serviceItems[7];  // cached items per service item type 1 to 6; [0] unused
+        int32_t ensembleItems;
+    };
+    // Any thread; blocks briefly on mCacheLock (copies only).
+    void summary(Summary* out);
+
 private:
     using ServiceList = android::KeyedVector<int, COMP_LIST_ITEM>;
     using EnsembleList = android::KeyedVector<int, ENSEMBLE_LIST_ITEM>;

@@ -1,6 +1,7 @@
 #include "DABListProcessThread.h"
 
 #include "DABLog.h"
+#include "DABNotifyHistory.h"
 #include "DABPlayerService.h"
 
 using namespace android;
@@ -33,7 +34,7 @@ bool isListRequest(int32_t type) {
 }  // namespace
 
 DABListProcessThread::DABListProcessThread(DABLibIF* libIF)
-    : Thread(false), mLibIF(libIF), mpPlayerService(nullptr), mCurMsg{0, 0, 0},
+    : Thread(false), mLibIF(libIF), mpPlayerService(nullptr), mCurMsg{0, 0, 0}, mCurMsgSinceNs(0),
       mReqCond(false) {
     mMsgQueue.clear();
     DAB_LOGD(DAB_TAG_LISTPROCESS, "DABListProcessThread created");
@@ -122,8 +123,20 @@ LIST_QUEUE_MSG DABListProcessThread::currentMsg() const {
 
 size_t DABListProcessThread::queueSize() const { return mMsgQueue.size(); }
 
-void DABListProcessThread::setCurMsg(int32_t type, int32_t index, uint32_t param) {
+LIST_QUEUE_MSG DABListProcessThread::currentMsg(int64_t* sinceNs) const {
     Mutex::Autolock lock(mCurMsgLock);
+    *sinceNs = mCurMsg.msgType != DAB_SERVER_QUEUE_MSG_NONE ? mCurMsgSinceNs : 0;
+    return mCurMsg;
+}
+
+void DABListProcessThread::queuedMsgs(Vector<LIST_QUEUE_MSG>* out) const {
+    mMsgQueue.snapshot(out);
+}
+
+void DABListProcessThread::setCurMsg(int32_t type, int32_t index, uint32_t param) {
+    const int64_t now = DABNotifyHistory::nowNs();
+    Mutex::Autolock lock(mCurMsgLock);
+    mCurMsgSinceNs = now;
     mCurMsg.msgType = type;
     mCurMsg.itemIndex = index;
     mCurMsg.param = param;
@@ -218,6 +231,8 @@ bool DABListProcessThread::threadLoop() {
         } else {
             DAB_LOGD(DAB_TAG_LISTPROCESS, "DABListProcessThread old preset up/down reach 2 second");
             DABPlayerService* service = mpPlayerService;
+            const DABCallCause::Scope cause(
+                    DABCallCause{DABCallCause::kWaitEvent, msg.msgType, 0, 0, 0, nullptr});
             if (service != nullptr) service->onWaitEventTimeOut(msg.msgType);
         }
         return true;

@@ -42,6 +42,11 @@ public:
     LIST_QUEUE_MSG currentMsg() const;
     // Any thread; non-blocking: the number of queued messages.
     size_t queueSize() const;
+    // Any thread; non-blocking (copies under the message lock): the held message and since
+    // when it is held (monotonic ns, 0 when none).
+    LIST_QUEUE_MSG currentMsg(int64_t* sinceNs) const;
+    // Any thread; non-blocking (copies under the queue lock): the queue, front first.
+    void queuedMsgs(android::Vector<LIST_QUEUE_MSG>* out) const;
 
 protected:
     // Whichever thread drops the last reference (often the worker itself); non-blocking.
@@ -62,6 +67,7 @@ private:
     // are held at once, and type and index are always read as one pair.
     mutable android::Mutex mCurMsgLock;  // guards mCurMsg
     LIST_QUEUE_MSG mCurMsg;              // guarded by mCurMsgLock
+    int64_t mCurMsgSinceNs;              // guarded by mCurMsgLock; when mCurMsg was set
     MsgQueue mMsgQueue;                  // guarded by its own locks
     PCondition mReqCond;                 // guarded by its own lock; flag mode
 };

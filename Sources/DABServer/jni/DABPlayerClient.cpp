@@ -7,10 +7,48 @@
 
 using namespace android;
 
+// The host binder layer's view of what a client process has not read yet; absent on builds
+// without it, where the dump shows the backlog as unknown.
+extern "C" int dab_host_binder_backlog(const android::IBinder* binder, size_t* messages,
+                                       size_t* bytes) __attribute__((weak));
+
 DABPlayerService::DABPlayer::DABPlayer(const sp<DABPlayerService>& service, int pid,
                                        const sp<IDABPlayerClient>& client, int uid)
-    : mService(service), mClient(client), mPid(pid), mUid(uid) {
+    : mService(service),
+      mClient(client),
+      mPid(pid),
+      mUid(uid),
+      mListenerBinder(client != nullptr ? IInterface::asBinder(client) : nullptr),
+      mSent(0),
+      mDropped(0) {
     DAB_LOGD(DAB_TAG_PLAYER, "DABPlayer construct");
+}
+
+void DABPlayerService::DABPlayer::summary(DABDumpClient* out) const {
+    sp<IBinder> listener;
+    {
+        Mutex::Autolock lock(mSummaryLock);
+        listener = mListenerBinder.promote();
+    }
+    out->pid = mPid;
+    out->uid = mUid;
+    out->listener = listener != nullptr ? 1 : 0;
+    out->sent = mSent.load();
+    out->dropped = mDropped.load();
+    size_t messages = 0;
+    size_t bytes = 0;
+    out->backlogKnown = (listener != nullptr && dab_host_binder_backlog != nullptr &&
+                         dab_host_binder_backlog(listener.get(), &messages, &bytes) == 0)
+                                ? 1
+                                : 0;
+    out->queuedMessages = messages;
+    out->queuedBytes = bytes;
+}
+
+void DABPlayerService::DABPlayer::setListenerBinder(const sp<IDABPlayerClient>& client) {
+    wp<IBinder> binder(client != nullptr ? IInterface::asBinder(client) : nullptr);
+    Mutex::Autolock lock(mSummaryLock);
+    mListenerBinder = binder;
 }
 
 DABPlayerService::DABPlayer::~DABPlayer() {
@@ -23,6 +61,7 @@ void DABPlayerService::DABPlayer::disconnect() {
     DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::DABPlayer::disconnect");
     Mutex::Autolock lock(mLock);
     mClient.clear();
+    setListenerBinder(nullptr);
     IPCThreadState::self()->flushCommands();
 }
 
@@ -30,7 +69,12 @@ void DABPlayerService::DABPlayer::notify(int msg, int ext1, int ext2, const Parc
     DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService::DABPlayer::notify id = %d", msg);
     // Held across the callback so that two notifications to one application never overlap.
     Mutex::Autolock lock(mLock);
-    if (mClient != nullptr) mClient->notify(msg, ext1, ext2, obj);
+    if (mClient != nullptr) {
+        mSent.fetch_add(1);
+        mClient->notify(msg, ext1, ext2, obj);
+    } else {
+        mDropped.fetch_add(1);
+    }
 }
 
 int DABPlayerService::DABPlayer::setClientListener(const sp<IDABPlayerClient>& client) {
@@ -39,6 +83,7 @@ int DABPlayerService::DABPlayer::setClientListener(const sp<IDABPlayerClient>& c
         Mutex::Autolock lock(mLock);
         previous = mClient;
         mClient = client;
+        setListenerBinder(client);
         // A listener set while the source-on delay runs learns the busy state at once.
         if (mService != nullptr &&
             mService->isInSourceOnDelay == DAB_SERVER_IS_IN_PRESET_UPDOWN && client != nullptr) {
@@ -54,6 +99,8 @@ int DABPlayerService::DABPlayer::setClientListener(const sp<IDABPlayerClient>& c
 #define DAB_FORWARD(name, params, args)                                                    \
     int DABPlayerService::DABPlayer::name params {                                         \
         DAB_LOGD(DAB_TAG_PLAYER, "DABPlayer " #name);                                      \
+        const DABCallCause::Scope cause(                                                   \
+                DABCallCause{DABCallCause::kOperation, 0, 0, mPid, mUid, #name});         \
         if (mService != nullptr) return mService->name args;                               \
         OutputLog(__FILE__, __LINE__, DAB_ERR_NO_SERVICE, "in DABPlayer::" #name " mService == NULL"); \
         return 0;                                                                          \

@@ -75,7 +75,10 @@ DABPlayerService::DABPlayerService(const sp<DABSourceController>& controller,
       mIsResumed(0),
       mActivatePending(0),
       mDynamicTextStatus(DAB_SERVER_DYNAMIC_TEXT_PUBLISH_CLEAR),
-      mErrorCheckOnCompNum(0) {
+      mErrorCheckOnCompNum(0),
+      mDumpSuspended(0),
+      mDumpPresetNum(0),
+      mDumpLabelCharset{-1, -1, -1} {
     DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService construct");
     mDabLib.initialize(notifyCallback, this);
     mSysCtrlManager.attachSysCtrlMng(kSysCtrlModuleId, kSysCtrlFlags);
@@ -123,6 +126,8 @@ void DABPlayerService::exeNotify(int msg, int ext1, int ext2, const Parcel* obj)
         clients = mClients;
     }
     DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService exeNotify size:%d\n", static_cast<int>(clients.size()));
+    mHistory.recordClient(msg, ext1, ext2, static_cast<int32_t>(clients.size()), obj != nullptr);
+    if (msg == DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE) mHistory.recordLogicMode(-1, ext1, true);
     for (size_t i = clients.size(); i > 0; --i) {
         sp<DABPlayer> client = clients[i - 1].promote();
         if (client == nullptr) {
@@ -135,12 +140,24 @@ void DABPlayerService::exeNotify(int msg, int ext1, int ext2, const Parcel* obj)
 
 void DABPlayerService::forward(int id, int v) { exeNotify(id, v, 0, nullptr); }
 
+void DABPlayerService::setLogicMode(int mode) {
+    const int previous = mCurrentLogicMode;
+    mCurrentLogicMode = mode;
+    if (previous != mode) mHistory.recordLogicMode(previous, mode, false);
+}
+
 void DABPlayerService::notifyCallback(void* cookie, media_lib_dab::DABNotifyID id, int value) {
     if (cookie == nullptr) {
         DAB_LOGD(DAB_TAG_PLAYER, "player is NULL!");
         return;
     }
-    static_cast<DABPlayerService*>(cookie)->handleDABNotify(id, value);
+    DABPlayerService* service = static_cast<DABPlayerService*>(cookie);
+    service->mHistory.recordTuner(static_cast<int32_t>(id), value);
+    {
+        const DABCallCause::Scope cause(
+                DABCallCause{DABCallCause::kTuner, static_cast<int32_t>(id), value, 0, 0, nullptr});
+        service->handleDABNotify(id, value);
+    }
     DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService get notify id=%d", static_cast<int>(id));
 }
 
@@ -159,7 +176,10 @@ void DABPlayerService::publishErrorLevel(int level) {
     if (client != nullptr) client->publishMediaData(String8(DAB_SERVER_MEDIA_DATA_KEY_ERROR), level);
 }
 
-void DABPlayerService::onSuspend() { mSysCtrlManager.finishSuspend(); }
+void DABPlayerService::onSuspend() {
+    mDumpSuspended = 1;
+    mSysCtrlManager.finishSuspend();
+}
 
 void DABPlayerService::onResume() {
     DAB_LOGD(DAB_TAG_PLAYER, "DABPlayer::onResume");
@@ -174,6 +194,7 @@ void DABPlayerService::onResume() {
         return;
     }
     client->attachMediaDataService();
+    mDumpSuspended = 0;
     mSysCtrlManager.finishResume();
     mIsResumed = 1;
     // A pending activation is replayed at every later resume as well: only a deactivation

@@ -1,7 +1,9 @@
 #ifndef DAB_SERVER_DABPLAYERSERVICE_H
 #define DAB_SERVER_DABPLAYERSERVICE_H
 
+#include "DABDumpState.h"
 #include "DABListCacher.h"
+#include "DABNotifyHistory.h"
 #include "DABServerDefs.h"
 
 #include <dablib/DABLibIF.h>
@@ -11,6 +13,8 @@
 #include <utils/RefBase.h>
 #include <utils/SortedVector.h>
 #include <utils/String8.h>
+
+#include <atomic>
 
 namespace android {
 class MediaDataClient;
@@ -116,6 +120,15 @@ public:
         void notify(int msg, int ext1, int ext2, const android::Parcel* obj);
         // Destructor only; blocks on mLock.
         void disconnect();
+        // Any thread; non-blocking: never takes mLock, so a client stuck in its callback
+        // does not hold it up. What the service's dump shows of this client.
+        void summary(DABDumpClient* out) const;
+
+    private:
+        // Any thread; takes mSummaryLock briefly.
+        void setListenerBinder(const android::sp<android::IDABPlayerClient>& client);
+
+    public:
 
     protected:
         ~DABPlayer() override;
@@ -126,11 +139,22 @@ public:
         android::sp<android::IDABPlayerClient> mClient;        // guarded by mLock
         const int mPid;                                        // immutable
         const int mUid;                                        // immutable
+        // The callback's binder for the dump, kept beside mClient so that the dump never
+        // waits for mLock.
+        mutable android::Mutex mSummaryLock;                   // guards mListenerBinder
+        android::wp<android::IBinder> mListenerBinder;         // guarded by mSummaryLock
+        std::atomic<uint64_t> mSent;     // notifications handed to the callback
+        std::atomic<uint64_t> mDropped;  // notifications that found no callback
     };
 
     // Main thread at start-up; non-blocking. Initialises the tuner library.
     DABPlayerService(const android::sp<DABSourceController>& controller,
                      const android::sp<DABTASourceController>& taController);
+
+    // Binder threads; blocks only while it writes to fd. Copies the state under the locks
+    // that guard it, then formats and writes with no lock held. args: section names, and
+    // "--json" for one JSON object.
+    android::status_t dump(int fd, const android::Vector<android::String16>& args) override;
 
     // Binder threads; non-blocking.
     android::sp<android::IDABPlayer> createClient(
@@ -299,6 +323,10 @@ private:
     void startBusyState(int& flag, int waitEventType, bool blankDisplay);
     // Forwards id with value1 v, value2 0 and no parcel.
     void forward(int id, int v);
+    // Stores the logic mode and notes a change in the history.
+    void setLogicMode(int mode);
+    // Copies everything the dump shows; each part under its own lock, one at a time.
+    void collectDumpState(DABDumpState* out);
     // Copies of the references that activation and resume replace (any thread).
     android::sp<DABListProcessThread> listWorker();
     android::sp<android::MediaDataClient> mediaDataClient();
@@ -380,6 +408,12 @@ private:
     int mDynamicTextStatus;
     android::Mutex mPublishLock;  // held while a label or text record is built and handed over
     uint8_t mErrorCheckOnCompNum;
+
+    // For the dump only; nothing else reads them.
+    DABNotifyHistory mHistory;    // guarded by its own locks
+    uint8_t mDumpSuspended;       // system control thread writes
+    int mDumpPresetNum;           // tuner callback thread writes
+    int mDumpLabelCharset[3];     // tuner callback thread writes; ensemble, service, component
 };
 
 #endif  // DAB_SERVER_DABPLAYERSERVICE_H

@@ -270,6 +270,7 @@ void DABPlayerService::handleBandChange(int value) {
 void DABPlayerService::handlePresetNumChange(int value) {
     DAB_LOGD(DAB_TAG_PLAYER, "DABPlayer received DAB_SERVER_NOTIFY_PRESET_NUM_CHANGE presetNum=%d",
              value);
+    mDumpPresetNum = value;
     publishPresetStationNumber(value);
     if (value == 0) {
         forward(DAB_SERVER_NOTIFY_PRESET_NUM_CHANGE, -1);
@@ -295,14 +296,14 @@ void DABPlayerService::handleLogicModeChange(int value) {
         // The tuner has one mode for both kinds of list update; clients tell them apart.
         if (mIsHandServiceListUpdate == 1) {
             DAB_LOGD(DAB_TAG_PLAYER, "mCurrentLogicMode = EN_DAB_LM_HAND_SERLIST_UPDATE");
-            mCurrentLogicMode = EN_DAB_LM_HAND_SERLIST_UPDATE;
+            setLogicMode(EN_DAB_LM_HAND_SERLIST_UPDATE);
         } else if (mIsHandServiceListUpdate == 0) {
             DAB_LOGD(DAB_TAG_PLAYER, "mCurrentLogicMode = EN_DAB_LM_AUTO_SERLIST_UPDATE");
-            mCurrentLogicMode = EN_DAB_LM_AUTO_SERLIST_UPDATE;
+            setLogicMode(EN_DAB_LM_AUTO_SERLIST_UPDATE);
             forward(DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE, EN_DAB_LM_AUTO_SERLIST_UPDATE);
         }
     } else {
-        mCurrentLogicMode = value;
+        setLogicMode(value);
     }
 
     const int mode = mCurrentLogicMode;
@@ -384,6 +385,10 @@ void DABPlayerService::handleLabelChange(int notifyId, int /*value*/) {
     if (failed) return;
     logLabelSize(notifyId, static_cast<int>(s.length()));
 
+    mDumpLabelCharset[kind->textType == EN_DAB_TEXT_TYPE_ENSEMBLE  ? 0
+                      : kind->textType == EN_DAB_TEXT_TYPE_SERVICE ? 1
+                                                                   : 2] =
+            static_cast<int>(title.charset);
     char* field = notifyId == DAB_SERVER_NOTIFY_ENSEMBLE_LABEL_CHANGE  ? mEnsembleLabel
                   : notifyId == DAB_SERVER_NOTIFY_SERVICE_LABEL_CHANGE ? mServiceLabel
                                                                        : mCompLabel;

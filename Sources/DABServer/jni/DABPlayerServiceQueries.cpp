@@ -248,9 +248,9 @@ int DABPlayerService::getLogicMode(int* mode) {
     if (libMode == EN_DAB_LM_SERLIST_UPDATE) {
         // A list update is reported even while no source is active.
         if (mIsHandServiceListUpdate == 1) {
-            mCurrentLogicMode = EN_DAB_LM_HAND_SERLIST_UPDATE;
+            setLogicMode(EN_DAB_LM_HAND_SERLIST_UPDATE);
         } else if (mIsHandServiceListUpdate == 0) {
-            mCurrentLogicMode = EN_DAB_LM_AUTO_SERLIST_UPDATE;
+            setLogicMode(EN_DAB_LM_AUTO_SERLIST_UPDATE);
         } else {
             DAB_LOGD(DAB_TAG_PLAYER, "getLogicMode error");
         }
@@ -265,7 +265,7 @@ int DABPlayerService::getLogicMode(int* mode) {
     } else if (!isBusy(isInSwitchBand) && !isBusy(isInManualUPDownInFreqExtend) &&
                !isBusy(isInSourceOnDelay) && !isBusy(isInPresetMemoryExtend)) {
         value = mDabLib.getLogicMode();
-        mCurrentLogicMode = value;
+        setLogicMode(value);
     } else if (isBusy(isInSourceOnDelay) || isBusy(isInPresetMemoryExtend)) {
         value = DAB_SERVER_LOGIC_MODE_PRESET_BUSY;
     } else if (isBusy(isInManualUPDownInFreqExtend)) {

@@ -123,7 +123,7 @@ void DABPlayerService::onWaitEventTimeOut(int type) {
 
     // The automatic service-list update keeps reporting its own mode.
     if (mCurrentLogicMode != media_lib_dab::EN_DAB_LM_AUTO_SERLIST_UPDATE) {
-        mCurrentLogicMode = DAB_SERVER_LOGIC_MODE_NORMAL;
+        setLogicMode(DAB_SERVER_LOGIC_MODE_NORMAL);
         forward(DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE, DAB_SERVER_LOGIC_MODE_NORMAL);
     }
 

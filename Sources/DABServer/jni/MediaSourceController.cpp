@@ -2,6 +2,7 @@
 #include "MediaSourceController.h"
 
 #include "DABLog.h"
+#include "DABNotifyHistory.h"
 #include "DABPlayerService.h"
 #include "OutputLog.h"
 
@@ -21,7 +22,12 @@ constexpr int kStatusNotConnected = 2;
 }  // namespace
 
 MediaSourceController::MediaSourceController(int sourceType, const char* logName)
-    : mSourceType(sourceType), mLogName(logName), mMediaStatus(kStatusNotConnected) {}
+    : mSourceType(sourceType),
+      mLogName(logName),
+      mMediaStatus(kStatusNotConnected),
+      mReconnectAttempts(0),
+      mLastAttemptNs(0),
+      mLastSuccessNs(0) {}
 
 MediaSourceController::~MediaSourceController() {}
 
@@ -63,8 +69,31 @@ int MediaSourceController::mediaStatus() const {
     return mMediaStatus;
 }
 
+void MediaSourceController::summary(Summary* out) const {
+    {
+        Mutex::Autolock lock(mStateLock);
+        out->hasSource = mSource != nullptr ? 1 : 0;
+        out->mediaStatus = mMediaStatus;
+        out->attempts = mReconnectAttempts;
+        out->lastAttemptNs = mLastAttemptNs;
+        out->lastSuccessNs = mLastSuccessNs;
+    }
+    sp<Thread> thread = reconnectThread();
+    out->reconnecting = thread != nullptr && thread->isRunning() ? 1 : 0;
+}
+
+void MediaSourceController::noteReconnectAttempt(bool succeeded) {
+    const int64_t now = DABNotifyHistory::nowNs();
+    Mutex::Autolock lock(mStateLock);
+    ++mReconnectAttempts;
+    mLastAttemptNs = now;
+    if (succeeded) mLastSuccessNs = now;
+}
+
 int MediaSourceController::onRequestActivation(int request) {
     if (request == kRequestNoAction) return 1;
+    const DABCallCause::Scope cause(
+            DABCallCause{DABCallCause::kSource, mSourceType, 0, 0, 0, "activate"});
     sp<DABPlayerService> player = service();
     const int result = player == nullptr ? -1 : player->activate(mSourceType);
     DAB_LOGD(DAB_TAG_SOURCE, "%s onRequestActivation, Activation result %d", mLogName, result);
@@ -73,6 +102,8 @@ int MediaSourceController::onRequestActivation(int request) {
 
 int MediaSourceController::onRequestDeactivation(int request) {
     if (request == kRequestNoAction) return 1;
+    const DABCallCause::Scope cause(
+            DABCallCause{DABCallCause::kSource, mSourceType, 0, 0, 0, "deactivate"});
     sp<DABPlayerService> player = service();
     const int result = player == nullptr ? -1 : player->deactivate(mSourceType);
     DAB_LOGD(DAB_TAG_SOURCE, "%s onRequestDeactivation, DeActivation result %d", mLogName,

@@ -45,6 +45,20 @@ public:
     // Any thread but a reconnection thread; non-blocking. The running or last reconnection
     // thread, null before the first reconnect request.
     android::sp<android::Thread> reconnectThread() const;
+    // What the dump shows of this controller.
+    struct Summary {
+        int32_t hasSource;
+        int32_t mediaStatus;
+        int32_t reconnecting;   // a reconnection thread is running
+        int32_t attempts;       // re-creation attempts since start-up
+        int64_t lastAttemptNs;  // monotonic; 0 never
+        int64_t lastSuccessNs;  // monotonic; 0 never
+    };
+    // Any thread; non-blocking (copies under the controller's locks, one at a time).
+    void summary(Summary* out) const;
+    // Reconnection thread, after each attempt; non-blocking.
+    void noteReconnectAttempt(bool succeeded);
+
     // Shutdown and tests, never from a reconnection thread: asks the reconnection thread to
     // stop, waits for it to end and drops it. Blocks up to one retry pause.
     void stopReconnection();
@@ -78,6 +92,9 @@ private:
     android::sp<DABPlayerService> mService;           // guarded by mStateLock
     android::sp<android::Thread> mReconnectThread;    // guarded by mReconnectLock
     int mMediaStatus;                                 // guarded by mStateLock
+    int mReconnectAttempts;                           // guarded by mStateLock
+    int64_t mLastAttemptNs;                           // guarded by mStateLock
+    int64_t mLastSuccessNs;                           // guarded by mStateLock
 };
 
 #endif  // DAB_SERVER_MEDIASOURCECONTROLLER_H

@@ -82,3 +82,9 @@ void MsgQueue::removeType(int32_t msgType) {
 }
 
 size_t MsgQueue::size() const { return mQueued; }
+
+void MsgQueue::snapshot(android::Vector<LIST_QUEUE_MSG>* out) const {
+    pthread_mutex_lock(&mQueueMutex);
+    *out = mItems;
+    pthread_mutex_unlock(&mQueueMutex);
+}

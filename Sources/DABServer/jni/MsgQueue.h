@@ -37,13 +37,15 @@ public:
     void removeType(int32_t msgType);
     // Any thread; non-blocking. The number of queued items.
     size_t size() const;
+    // Any thread; non-blocking. Copies the queued items, front first.
+    void snapshot(android::Vector<LIST_QUEUE_MSG>* out) const;
 
 private:
     MsgQueue(const MsgQueue&) = delete;
     MsgQueue& operator=(const MsgQueue&) = delete;
 
     android::Vector<LIST_QUEUE_MSG> mItems;  // guarded by mQueueMutex; index 0 is the front
-    pthread_mutex_t mQueueMutex;             // guards mItems and the writes of mQueued
+    mutable pthread_mutex_t mQueueMutex;     // guards mItems and the writes of mQueued
     pthread_cond_t mWakeCond;                // waited on and signalled under mWakeMutex
     pthread_mutex_t mWakeMutex;              // guards mWakeCount
     int32_t mWakeCount;                      // guarded by mWakeMutex: wake-ups not yet taken

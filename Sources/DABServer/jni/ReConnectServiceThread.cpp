@@ -47,7 +47,9 @@ status_t ReConnectThread<Controller>::readyToRun() {
 template <class Controller>
 bool ReConnectThread<Controller>::threadLoop() {
     DAB_LOGD(DAB_TAG_SOURCE, "ReConnectServiceThread reconnecting.......");
-    if (ReCreatSource()) {
+    const bool created = ReCreatSource();
+    if (mController != nullptr) mController->noteReconnectAttempt(created);
+    if (created) {
         DAB_LOGD(DAB_TAG_SOURCE, "ReConnectServiceThread reconnect Success !!");
         return false;
     }

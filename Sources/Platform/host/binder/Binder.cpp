@@ -4,6 +4,11 @@
 
 namespace android {
 
+namespace {
+// Dump options one call may carry; more is malformed input.
+constexpr int32_t kMaxDumpArgs = 64;
+}  // namespace
+
 IBinder::IBinder() : RefBase() {}
 IBinder::~IBinder() {}
 sp<IInterface> IBinder::queryLocalInterface(const String16& /*descriptor*/) { return nullptr; }
@@ -20,6 +25,7 @@ const String16& BBinder::getInterfaceDescriptor() const {
 
 bool BBinder::isBinderAlive() const { return true; }
 status_t BBinder::pingBinder() { return NO_ERROR; }
+status_t BBinder::dump(int /*fd*/, const Vector<String16>& /*args*/) { return NO_ERROR; }
 BBinder* BBinder::localBinder() { return this; }
 
 status_t BBinder::transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) {
@@ -39,10 +45,20 @@ status_t BBinder::unlinkToDeath(const wp<DeathRecipient>&, void*, uint32_t, wp<D
     return INVALID_OPERATION;
 }
 
-status_t BBinder::onTransact(uint32_t code, const Parcel& /*data*/, Parcel* reply, uint32_t) {
+status_t BBinder::onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t) {
     if (code == INTERFACE_TRANSACTION) {
         if (reply != nullptr) reply->writeString16(getInterfaceDescriptor());
         return NO_ERROR;
+    }
+    if (code == DUMP_TRANSACTION) {
+        const int fd = data.readFileDescriptor();
+        int32_t argc = 0;
+        if (fd < 0 || data.readInt32(&argc) != NO_ERROR || argc < 0 || argc > kMaxDumpArgs) {
+            return BAD_VALUE;
+        }
+        Vector<String16> args;
+        for (int32_t i = 0; i < argc && data.dataAvail() > 0; ++i) args.add(data.readString16());
+        return dump(fd, args);
     }
     return UNKNOWN_TRANSACTION;
 }

@@ -7,11 +7,15 @@
 #include <binder/IPCThreadState.h>
 #include <log/log_tag_id.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <poll.h>
+#include <fcntl.h>
 #include <sys/epoll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <linux/sockios.h>
 #include <unistd.h>
 
 namespace android {
@@ -59,6 +63,38 @@ BinderConnection::BinderConnection(int fd, pid_t pid, uid_t uid)
 
 BinderConnection::~BinderConnection() {
     if (mFd >= 0) close(mFd);
+    for (int fd : mInFds) close(fd);
+    for (int fd : mMsgFds) close(fd);
+}
+
+BinderConnection::OutMessage::OutMessage(OutMessage&& other) noexcept
+    : bytes(std::move(other.bytes)), fds(std::move(other.fds)) {
+    other.fds.clear();
+}
+
+BinderConnection::OutMessage& BinderConnection::OutMessage::operator=(OutMessage&& other) noexcept {
+    if (this != &other) {
+        closeFds();
+        bytes = std::move(other.bytes);
+        fds = std::move(other.fds);
+        other.fds.clear();
+    }
+    return *this;
+}
+
+BinderConnection::OutMessage::~OutMessage() { closeFds(); }
+
+void BinderConnection::OutMessage::closeFds() {
+    for (int fd : fds) close(fd);
+    fds.clear();
+}
+
+void BinderConnection::outgoingBacklog(size_t* messages, size_t* bytes) const {
+    std::lock_guard<std::mutex> out(mSocketLock);
+    *messages = mOutQueue.size();
+    int unread = 0;
+    if (mFd < 0 || ioctl(mFd, SIOCOUTQ, &unread) != 0 || unread < 0) unread = 0;
+    *bytes = mOutBytes + static_cast<size_t>(unread);
 }
 
 bool BinderConnection::isDead() const {
@@ -93,22 +129,37 @@ uint32_t BinderConnection::exportLocked(const sp<IBinder>& object) {
 }
 
 status_t BinderConnection::encodeLocked(MessageHeader header, const Parcel& parcel,
-                                        std::vector<uint8_t>* out) {
+                                        OutMessage* out) {
     const std::vector<sp<IBinder>>& objects = HostParcel::objects(parcel);
     const std::vector<size_t>& positions = HostParcel::objectPositions(parcel);
+    const size_t fdCount = HostParcel::fdCount(parcel);
+    const size_t entryCount = objects.size() + fdCount;
     const uint64_t dataSize = parcel.dataSize();
     const uint64_t total = sizeof(MessageHeader) + ((dataSize + 3) & ~uint64_t(3)) +
-                           objects.size() * sizeof(ObjectEntry);
-    if (total > kMaxMessageSize || positions.size() != objects.size()) {
+                           entryCount * sizeof(ObjectEntry);
+    if (total > kMaxMessageSize || positions.size() != objects.size() ||
+        fdCount > kMaxFdsPerMessage) {
         __android_log_print_tag_id(kLogError, kBinderLogTagId, kBinderLogTag,
                                    "transaction of %llu bytes to pid %d not sent: over the limit",
                                    static_cast<unsigned long long>(total), mPeerPid);
         return FAILED_TRANSACTION;
     }
-    std::vector<ObjectEntry> entries(objects.size());
-    for (size_t i = 0; i < objects.size(); ++i) {
-        entries[i].position = static_cast<uint32_t>(positions[i]);
-        entries[i].kind = kObjectSenderLocal;
+    // Binder objects and descriptors share the table, in the order of their positions; an
+    // entry's index tells which of the parcel's lists it came from.
+    std::vector<std::pair<size_t, size_t>> order;  // (position, index; descriptors after objects)
+    order.reserve(entryCount);
+    for (size_t i = 0; i < objects.size(); ++i) order.emplace_back(positions[i], i);
+    for (size_t i = 0; i < fdCount; ++i) {
+        size_t position = 0;
+        HostParcel::fdAt(parcel, i, &position);
+        order.emplace_back(position, objects.size() + i);
+    }
+    std::sort(order.begin(), order.end());
+    std::vector<ObjectEntry> entries(entryCount);
+    for (size_t i = 0; i < entryCount; ++i) {
+        entries[i].position = static_cast<uint32_t>(order[i].first);
+        entries[i].kind = order[i].second < objects.size() ? kObjectSenderLocal
+                                                           : kObjectFileDescriptor;
         entries[i].handle = 0;
         entries[i].reserved = 0;
     }
@@ -120,8 +171,26 @@ status_t BinderConnection::encodeLocked(MessageHeader header, const Parcel& parc
                                    mPeerPid);
         return FAILED_TRANSACTION;
     }
-    for (size_t i = 0; i < objects.size(); ++i) {
-        const sp<IBinder>& object = objects[i];
+    std::vector<int> copies;
+    for (size_t i = 0; i < entryCount; ++i) {
+        if (entries[i].kind == kObjectFileDescriptor) {
+            // The parcel may be freed before the message leaves: it travels with a copy.
+            size_t position = 0;
+            const int fd = HostParcel::fdAt(parcel, order[i].second - objects.size(), &position);
+            const int copy = fcntl(fd, F_DUPFD_CLOEXEC, 0);
+            if (copy < 0) {
+                for (int fd : copies) close(fd);
+                __android_log_print_tag_id(kLogError, kBinderLogTagId, kBinderLogTag,
+                                           "transaction to pid %d not sent: bad descriptor",
+                                           mPeerPid);
+                return FAILED_TRANSACTION;
+            }
+            copies.push_back(copy);
+        }
+    }
+    for (size_t i = 0; i < entryCount; ++i) {
+        if (entries[i].kind == kObjectFileDescriptor) continue;
+        const sp<IBinder>& object = objects[order[i].second];
         BpBinder* proxy = object->remoteBinder();
         if (proxy != nullptr && proxy->connection().get() == this) {
             entries[i].kind = kObjectReceiverLocal;
@@ -136,26 +205,54 @@ status_t BinderConnection::encodeLocked(MessageHeader header, const Parcel& parc
     header.version = kProtocolVersion;
     header.size = static_cast<uint32_t>(total);
     header.dataSize = static_cast<uint32_t>(dataSize);
-    header.objectCount = static_cast<uint32_t>(objects.size());
+    header.objectCount = static_cast<uint32_t>(entryCount);
     header.reserved = 0;
-    out->assign(total, 0);
-    memcpy(out->data(), &header, sizeof(header));
-    if (dataSize > 0) memcpy(out->data() + sizeof(header), parcel.data(), dataSize);
+    out->closeFds();
+    out->fds = std::move(copies);
+    out->bytes.assign(total, 0);
+    memcpy(out->bytes.data(), &header, sizeof(header));
+    if (dataSize > 0) memcpy(out->bytes.data() + sizeof(header), parcel.data(), dataSize);
     if (!entries.empty()) {
-        memcpy(out->data() + sizeof(header) + padded(static_cast<uint32_t>(dataSize)),
+        memcpy(out->bytes.data() + sizeof(header) + padded(static_cast<uint32_t>(dataSize)),
                entries.data(), entries.size() * sizeof(ObjectEntry));
     }
     return NO_ERROR;
 }
 
-status_t BinderConnection::sendLocked(std::vector<uint8_t>&& message) {
+ssize_t BinderConnection::sendPartLocked(OutMessage& message, size_t offset) {
+    if (offset > 0 || message.fds.empty()) {
+        return send(mFd, message.bytes.data() + offset, message.bytes.size() - offset,
+                    MSG_DONTWAIT | MSG_NOSIGNAL);
+    }
+    struct iovec iov;
+    iov.iov_base = message.bytes.data();
+    iov.iov_len = message.bytes.size();
+    char control[CMSG_SPACE(sizeof(int) * kMaxFdsPerMessage)];
+    memset(control, 0, sizeof(control));
+    struct msghdr msg;
+    memset(&msg, 0, sizeof(msg));
+    msg.msg_iov = &iov;
+    msg.msg_iovlen = 1;
+    msg.msg_control = control;
+    msg.msg_controllen = CMSG_SPACE(sizeof(int) * message.fds.size());
+    struct cmsghdr* cmsg = CMSG_FIRSTHDR(&msg);
+    cmsg->cmsg_level = SOL_SOCKET;
+    cmsg->cmsg_type = SCM_RIGHTS;
+    cmsg->cmsg_len = CMSG_LEN(sizeof(int) * message.fds.size());
+    memcpy(CMSG_DATA(cmsg), message.fds.data(), sizeof(int) * message.fds.size());
+    const ssize_t n = sendmsg(mFd, &msg, MSG_DONTWAIT | MSG_NOSIGNAL);
+    // Once any byte has gone, the descriptors are the peer's.
+    if (n > 0) message.closeFds();
+    return n;
+}
+
+status_t BinderConnection::sendLocked(OutMessage&& message) {
     std::lock_guard<std::mutex> out(mSocketLock);
     if (mFd < 0 || mDropped) return DEAD_OBJECT;
     size_t offset = 0;
     if (mOutQueue.empty()) {
-        while (offset < message.size()) {
-            const ssize_t n = send(mFd, message.data() + offset, message.size() - offset,
-                                   MSG_DONTWAIT | MSG_NOSIGNAL);
+        while (offset < message.bytes.size()) {
+            const ssize_t n = sendPartLocked(message, offset);
             if (n > 0) {
                 offset += static_cast<size_t>(n);
                 continue;
@@ -167,9 +264,9 @@ status_t BinderConnection::sendLocked(std::vector<uint8_t>&& message) {
             shutdown(mFd, SHUT_RDWR);
             return DEAD_OBJECT;
         }
-        if (offset == message.size()) return NO_ERROR;
+        if (offset == message.bytes.size()) return NO_ERROR;
     }
-    const size_t remaining = message.size() - offset;
+    const size_t remaining = message.bytes.size() - offset;
     if (mOutQueue.size() + 1 > kMaxQueuedMessages || mOutBytes + remaining > kMaxQueuedBytes) {
         __android_log_print_tag_id(kLogWarn, kBinderLogTagId, kBinderLogTag,
                                    "connection to pid %d dropped: peer not reading, %zu messages "
@@ -180,14 +277,10 @@ status_t BinderConnection::sendLocked(std::vector<uint8_t>&& message) {
         return DEAD_OBJECT;
     }
     const bool wasEmpty = mOutQueue.empty();
-    if (offset == 0) {
-        mOutQueue.push_back(std::move(message));
-    } else {
-        mOutQueue.emplace_back(message.begin() + static_cast<ptrdiff_t>(offset), message.end());
-    }
+    mOutQueue.push_back(std::move(message));
     mOutBytes += remaining;
     if (wasEmpty) {
-        mOutFrontOffset = 0;
+        mOutFrontOffset = offset;
         updateEventsLocked();
     }
     return NO_ERROR;
@@ -197,9 +290,8 @@ void BinderConnection::onWritable() {
     std::lock_guard<std::mutex> out(mSocketLock);
     if (mFd < 0) return;
     while (!mOutQueue.empty()) {
-        std::vector<uint8_t>& front = mOutQueue.front();
-        const ssize_t n = send(mFd, front.data() + mOutFrontOffset, front.size() - mOutFrontOffset,
-                               MSG_DONTWAIT | MSG_NOSIGNAL);
+        OutMessage& front = mOutQueue.front();
+        const ssize_t n = sendPartLocked(front, mOutFrontOffset);
         if (n < 0 && errno == EINTR) continue;
         if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) return;
         if (n <= 0) {
@@ -209,7 +301,7 @@ void BinderConnection::onWritable() {
         }
         mOutFrontOffset += static_cast<size_t>(n);
         mOutBytes -= static_cast<size_t>(n);
-        if (mOutFrontOffset == front.size()) {
+        if (mOutFrontOffset == front.bytes.size()) {
             mOutQueue.pop_front();
             mOutFrontOffset = 0;
         }
@@ -310,7 +402,7 @@ status_t BinderConnection::transact(uint32_t handle, uint32_t code, const Parcel
         header.type = kOneway;
         std::lock_guard<std::mutex> lock(mLock);
         if (mDead) return DEAD_OBJECT;
-        std::vector<uint8_t> message;
+        OutMessage message;
         status_t err = encodeLocked(header, data, &message);
         if (err != NO_ERROR) return err;
         return sendLocked(std::move(message));
@@ -349,7 +441,7 @@ status_t BinderConnection::transact(uint32_t handle, uint32_t code, const Parcel
                 break;
             }
         }
-        std::vector<uint8_t> message;
+        OutMessage message;
         status_t err = encodeLocked(header, data, &message);
         if (err != NO_ERROR) return fail(err);
         mPending[txnId] = &call;
@@ -419,7 +511,7 @@ void BinderConnection::sendReply(uint32_t txnId, status_t status, const Parcel& 
     header.txnId = txnId;
     std::lock_guard<std::mutex> lock(mLock);
     if (mDead) return;
-    std::vector<uint8_t> message;
+    OutMessage message;
     if (status == NO_ERROR) {
         if (encodeLocked(header, reply, &message) != NO_ERROR) {
             status = FAILED_TRANSACTION;
@@ -491,7 +583,7 @@ void BinderConnection::proxyDestroyed(BpBinder* proxy, uint32_t handle) {
         header.type = kRelease;
         header.handle = handle;
         header.code = part;
-        std::vector<uint8_t> message;
+        OutMessage message;
         encodeLocked(header, Parcel(), &message);
         if (sendLocked(std::move(message)) != NO_ERROR) return;
     }
@@ -518,12 +610,21 @@ bool BinderConnection::decodeLocked(const MessageHeader& header, const uint8_t* 
         }
     }
     out->setData(body, header.dataSize);
+    // onReadable gave this message exactly as many descriptors as its table names.
+    size_t nextFd = 0;
+    int32_t binderIndex = 0;
     for (uint32_t i = 0; i < header.objectCount; ++i) {
+        out->setDataPosition(table[i].position);
+        if (table[i].kind == kObjectFileDescriptor) {
+            out->writeInt32(static_cast<int32_t>(nextFd));
+            HostParcel::appendFdForTransport(out, mMsgFds[nextFd], table[i].position);
+            mMsgFds[nextFd++] = -1;
+            continue;
+        }
         sp<IBinder> object = table[i].kind == kObjectReceiverLocal
                                      ? mExports[table[i].handle].object
                                      : importLocked(table[i].handle);
-        out->setDataPosition(table[i].position);
-        out->writeInt32(static_cast<int32_t>(i));
+        out->writeInt32(binderIndex++);
         HostParcel::appendObjectForTransport(out, object, table[i].position);
     }
     out->setDataPosition(0);
@@ -538,7 +639,33 @@ bool BinderConnection::onReadable() {
         mInEnd -= mInStart;
         mInStart = 0;
     }
-    const ssize_t n = read(mFd, mIn.data() + mInEnd, mIn.size() - mInEnd);
+    struct iovec iov;
+    iov.iov_base = mIn.data() + mInEnd;
+    iov.iov_len = mIn.size() - mInEnd;
+    char control[CMSG_SPACE(sizeof(int) * kMaxFdsPerMessage)];
+    struct msghdr msg;
+    memset(&msg, 0, sizeof(msg));
+    msg.msg_iov = &iov;
+    msg.msg_iovlen = 1;
+    msg.msg_control = control;
+    msg.msg_controllen = sizeof(control);
+    const ssize_t n = recvmsg(mFd, &msg, MSG_CMSG_CLOEXEC);
+    if (n > 0) {
+        for (struct cmsghdr* c = CMSG_FIRSTHDR(&msg); c != nullptr; c = CMSG_NXTHDR(&msg, c)) {
+            if (c->cmsg_level != SOL_SOCKET || c->cmsg_type != SCM_RIGHTS) continue;
+            const size_t count = (c->cmsg_len - CMSG_LEN(0)) / sizeof(int);
+            for (size_t k = 0; k < count; ++k) {
+                int fd = -1;
+                memcpy(&fd, CMSG_DATA(c) + k * sizeof(int), sizeof(int));
+                mInFds.push_back(fd);
+            }
+        }
+        // A peer may not flood this process with descriptors no message claims.
+        if ((msg.msg_flags & MSG_CTRUNC) != 0 || mInFds.size() > 4 * kMaxFdsPerMessage) {
+            protocolError("too many descriptors");
+            return false;
+        }
+    }
     if (n == 0) {
         if (mInEnd > mInStart) protocolError("truncated message");
         return false;
@@ -570,6 +697,7 @@ bool BinderConnection::onReadable() {
             break;
         }
         const uint8_t* body = mIn.data() + mInStart + sizeof(MessageHeader);
+        uint32_t fdCount = 0;
         if (header.objectCount > 0) {
             std::vector<ObjectEntry> entries(header.objectCount);
             memcpy(entries.data(), body + padded(header.dataSize),
@@ -579,9 +707,25 @@ bool BinderConnection::onReadable() {
                 protocolError(bad);
                 return false;
             }
+            fdCount = countFds(entries.data(), header.objectCount);
+        }
+        // The descriptors came with the message's first byte, so they are here by now.
+        if (fdCount > mInFds.size()) {
+            protocolError("descriptor missing");
+            return false;
+        }
+        for (uint32_t k = 0; k < fdCount; ++k) {
+            mMsgFds.push_back(mInFds.front());
+            mInFds.pop_front();
         }
         mInStart += header.size;
-        if (!handleMessage(header, body)) return false;
+        const bool handled = handleMessage(header, body);
+        // Whatever the message's parcel did not take (a refused call) is closed here.
+        for (int fd : mMsgFds) {
+            if (fd >= 0) close(fd);
+        }
+        mMsgFds.clear();
+        if (!handled) return false;
     }
     // A buffer grown for a large message goes back to its usual size once empty.
     if (mInStart == mInEnd && mIn.size() > kReadChunk) {
@@ -778,6 +922,8 @@ void BinderConnection::die() {
     }
     std::vector<uint8_t>().swap(mIn);
     mInStart = mInEnd = 0;
+    for (int fd : mInFds) close(fd);
+    mInFds.clear();
     // Obituaries and the release of what the peer held run on the pool: both are user code.
     std::unique_ptr<BinderWork> work(new BinderWork());
     auto shared = std::make_shared<std::pair<std::vector<sp<BpBinder>>, std::vector<sp<IBinder>>>>(

@@ -82,6 +82,9 @@ public:
     // Test hooks. Any thread; non-blocking.
     size_t exportedCount() const;
     size_t importedCount() const;
+    // Any thread; non-blocking. What the peer has not read yet: whole messages waiting in
+    // this process and bytes in this queue and the socket's send buffer together.
+    void outgoingBacklog(size_t* messages, size_t* bytes) const;
 
 protected:
     ~BinderConnection() override;
@@ -103,12 +106,26 @@ private:
         status_t status;  // guarded by thread->lock
     };
 
+    // One encoded message with the descriptors that travel with its first byte; it closes
+    // what it still holds.
+    struct OutMessage {
+        OutMessage() = default;
+        OutMessage(OutMessage&& other) noexcept;
+        OutMessage& operator=(OutMessage&& other) noexcept;
+        OutMessage(const OutMessage&) = delete;
+        OutMessage& operator=(const OutMessage&) = delete;
+        ~OutMessage();
+        void closeFds();
+        std::vector<uint8_t> bytes;
+        std::vector<int> fds;
+    };
+
     BinderConnection(int fd, pid_t pid, uid_t uid);
 
     // mLock held. Builds a message with the parcel's data and object table; registers the
     // objects it sends. FAILED_TRANSACTION when it does not fit.
     status_t encodeLocked(binderwire::MessageHeader header, const Parcel& parcel,
-                          std::vector<uint8_t>* out);
+                          OutMessage* out);
     // mLock held. Fills the empty parcel from a message body; refuses (false, nothing built)
     // when it names an object of this process the peer does not hold.
     bool decodeLocked(const binderwire::MessageHeader& header, const uint8_t* body, Parcel* out);
@@ -116,7 +133,10 @@ private:
     sp<IBinder> importLocked(uint32_t handle);
     // mLock held. Queues or writes a whole message; DEAD_OBJECT when the socket is gone or
     // the queue bound is passed (then the connection is dropped, with one log line).
-    status_t sendLocked(std::vector<uint8_t>&& message);
+    status_t sendLocked(OutMessage&& message);
+    // mSocketLock held: one non-blocking send of the message from offset; the descriptors go
+    // with the first byte and are closed once sent.
+    ssize_t sendPartLocked(OutMessage& message, size_t offset);
     void sendReply(uint32_t txnId, status_t status, const Parcel& reply);
     void sendErrorReply(uint32_t txnId, status_t status);
     // A waiting thread: takes the reading out of the epoll set; false when someone reads.
@@ -155,7 +175,7 @@ private:
     mutable std::mutex mSocketLock;
     int mFd;                                       // guarded by mSocketLock; -1 once closed
     bool mDropped;                                 // guarded by mSocketLock
-    std::deque<std::vector<uint8_t>> mOutQueue;    // guarded by mSocketLock
+    std::deque<OutMessage> mOutQueue;              // guarded by mSocketLock
     size_t mOutFrontOffset;                        // guarded by mSocketLock
     size_t mOutBytes;                              // guarded by mSocketLock
     uint32_t mReadOwner;                           // guarded by mSocketLock: waiting thread
@@ -166,6 +186,10 @@ private:
     size_t mInStart;
     size_t mInEnd;
     bool mProtocolError;  // the reader only: the reason was logged
+    // The reader only: descriptors received and not yet claimed by their message, and those
+    // of the message being handled (closed after it unless its parcel took them).
+    std::deque<int> mInFds;
+    std::vector<int> mMsgFds;
 
     std::atomic<size_t> mInboundQueued;  // incoming calls waiting for a pool thread
 };

@@ -83,7 +83,13 @@ enum ObjectKind : uint32_t {
     kObjectSenderLocal = 1,
     // An object of the receiver, coming back: a handle the receiver gave the sender.
     kObjectReceiverLocal = 2,
+    // A file descriptor: handle 0; the descriptor itself travels as SCM_RIGHTS ancillary data
+    // with the message's first byte, one per entry of this kind, in table order.
+    kObjectFileDescriptor = 3,
 };
+
+// Descriptors one message may carry.
+constexpr uint32_t kMaxFdsPerMessage = 16;
 
 // One binder reference inside the parcel data. The data holds a 4-byte object index at
 // `position`; the receiver rewrites it to the index of the reference it built.
@@ -98,6 +104,13 @@ static_assert(sizeof(ObjectEntry) == 16, "wire object entry size");
 static_assert(offsetof(ObjectEntry, position) == 0, "wire object entry layout");
 static_assert(offsetof(ObjectEntry, kind) == 4, "wire object entry layout");
 static_assert(offsetof(ObjectEntry, handle) == 8, "wire object entry layout");
+
+// The number of descriptor entries of a checked table.
+inline uint32_t countFds(const ObjectEntry* entries, uint32_t count) {
+    uint32_t n = 0;
+    for (uint32_t i = 0; i < count; ++i) n += entries[i].kind == kObjectFileDescriptor ? 1 : 0;
+    return n;
+}
 
 constexpr uint32_t padded(uint32_t len) { return (len + 3u) & ~3u; }
 
@@ -128,10 +141,18 @@ inline const char* checkHeader(const MessageHeader& h, uint32_t* bodySize) {
 // Checks the object table against the data it describes.
 inline const char* checkObjects(const ObjectEntry* entries, uint32_t count, uint32_t dataSize) {
     uint64_t next = 0;  // the lowest position the next entry may use
+    uint32_t fds = 0;
     for (uint32_t i = 0; i < count; ++i) {
         const ObjectEntry& e = entries[i];
-        if (e.kind != kObjectSenderLocal && e.kind != kObjectReceiverLocal) return "bad object kind";
+        if (e.kind != kObjectSenderLocal && e.kind != kObjectReceiverLocal &&
+            e.kind != kObjectFileDescriptor) {
+            return "bad object kind";
+        }
         if (e.reserved != 0) return "reserved field set";
+        if (e.kind == kObjectFileDescriptor && e.handle != 0) return "bad descriptor entry";
+        if (e.kind == kObjectFileDescriptor && ++fds > kMaxFdsPerMessage) {
+            return "too many descriptors";
+        }
         if ((e.position & 3u) != 0 || e.position < next ||
             static_cast<uint64_t>(e.position) + 4 > dataSize) {
             return "bad object position";

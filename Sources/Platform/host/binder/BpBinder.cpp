@@ -42,6 +42,16 @@ status_t BpBinder::pingBinder() {
     return transact(PING_TRANSACTION, data, &reply);
 }
 
+status_t BpBinder::dump(int fd, const Vector<String16>& args) {
+    Parcel data;
+    Parcel reply;
+    status_t err = data.writeFileDescriptor(fd);
+    if (err != NO_ERROR) return err;
+    data.writeInt32(static_cast<int32_t>(args.size()));
+    for (size_t i = 0; i < args.size(); ++i) data.writeString16(args[i]);
+    return transact(DUMP_TRANSACTION, data, &reply);
+}
+
 status_t BpBinder::transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) {
     return mConnection->transact(mHandle, code, data, reply, flags);
 }
@@ -90,3 +100,15 @@ void BpBinder::sendObituary() {
 }
 
 }  // namespace android
+
+// Host-only diagnostics for services that show how far a client process lags behind: what is
+// queued for the process behind a proxy. Services reach it through a weak declaration, so a
+// build without it shows the backlog as unknown. 0 when written, -1 for a local object.
+extern "C" int dab_host_binder_backlog(const android::IBinder* binder, size_t* messages,
+                                       size_t* bytes) {
+    android::BpBinder* proxy =
+            binder != nullptr ? const_cast<android::IBinder*>(binder)->remoteBinder() : nullptr;
+    if (proxy == nullptr || messages == nullptr || bytes == nullptr) return -1;
+    proxy->connection()->outgoingBacklog(messages, bytes);
+    return 0;
+}

@@ -25,6 +25,12 @@ public:
     static void appendObjectForTransport(Parcel* parcel, const sp<IBinder>& binder,
                                          size_t position);
 
+    // Descriptors carried, in write order: how many, and the i-th with where its index is.
+    static size_t fdCount(const Parcel& parcel);
+    static int fdAt(const Parcel& parcel, size_t i, size_t* position);
+    // Transport side: records a received descriptor, owned by the parcel from now on, whose
+    // index is already in the data at position.
+    static void appendFdForTransport(Parcel* parcel, int fd, size_t position);
     // Length-prefixed optional byte block: a null pointer is kept distinct from an empty block.
     static status_t writeByteBlock(Parcel* parcel, const void* data, int32_t len);
     // Reads a block written by writeByteBlock; *len becomes -1 for a null or cut block.

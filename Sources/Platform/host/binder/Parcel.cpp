@@ -3,7 +3,10 @@
 
 #include "HostParcel.h"
 
+#include <cerrno>
 #include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace android {
 
@@ -14,7 +17,14 @@ constexpr size_t kMaxParcelSize = 1u << 20;
 }  // namespace
 
 Parcel::Parcel() : mDataPos(0) {}
-Parcel::~Parcel() {}
+Parcel::~Parcel() { closeFds(); }
+
+void Parcel::closeFds() {
+    for (const FdEntry& e : mFds) {
+        if (e.owned) close(e.fd);
+    }
+    mFds.clear();
+}
 
 const uint8_t* Parcel::data() const { return mData.data(); }
 size_t Parcel::dataSize() const { return mData.size(); }
@@ -26,6 +36,7 @@ void Parcel::freeData() {
     mData.clear();
     mObjects.clear();
     mObjectPositions.clear();
+    closeFds();
     mDataPos = 0;
 }
 
@@ -84,6 +95,35 @@ status_t Parcel::writeStrongBinder(const sp<IBinder>& val) {
     mObjectPositions.push_back(mDataPos);
     mObjects.push_back(val);
     return writeInt32(static_cast<int32_t>(mObjects.size() - 1));
+}
+
+status_t Parcel::writeFileDescriptor(int fd, bool takeOwnership) {
+    if (fd < 0) return BAD_VALUE;
+    if (mFds.size() >= kMaxFileDescriptors) return NO_MEMORY;
+    const size_t position = mDataPos;
+    status_t err = writeInt32(static_cast<int32_t>(mFds.size()));
+    if (err != NO_ERROR) return err;
+    mFds.push_back(FdEntry{position, fd, takeOwnership});
+    return NO_ERROR;
+}
+
+status_t Parcel::writeDupFileDescriptor(int fd) {
+    if (fd < 0) return BAD_VALUE;
+    const int copy = fcntl(fd, F_DUPFD_CLOEXEC, 0);
+    if (copy < 0) return -errno;
+    status_t err = writeFileDescriptor(copy, true);
+    if (err != NO_ERROR) close(copy);
+    return err;
+}
+
+int Parcel::readFileDescriptor() const {
+    const size_t position = mDataPos;
+    int32_t index = -1;
+    if (readInt32(&index) != NO_ERROR || index < 0 || static_cast<size_t>(index) >= mFds.size()) {
+        return -1;
+    }
+    const FdEntry& e = mFds[static_cast<size_t>(index)];
+    return e.position == position ? e.fd : -1;
 }
 
 
@@ -183,6 +223,17 @@ void HostParcel::appendObjectForTransport(Parcel* parcel, const sp<IBinder>& bin
                                           size_t position) {
     parcel->mObjects.push_back(binder);
     parcel->mObjectPositions.push_back(position);
+}
+
+size_t HostParcel::fdCount(const Parcel& parcel) { return parcel.mFds.size(); }
+
+int HostParcel::fdAt(const Parcel& parcel, size_t i, size_t* position) {
+    *position = parcel.mFds[i].position;
+    return parcel.mFds[i].fd;
+}
+
+void HostParcel::appendFdForTransport(Parcel* parcel, int fd, size_t position) {
+    parcel->mFds.push_back(Parcel::FdEntry{position, fd, true});
 }
 
 status_t HostParcel::writeByteBlock(Parcel* parcel, const void* data, int32_t len) {

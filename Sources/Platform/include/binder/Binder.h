@@ -14,6 +14,8 @@ public:
     const String16& getInterfaceDescriptor() const override;
     bool isBinderAlive() const override;
     status_t pingBinder() override;
+    // Writes nothing: objects that have state to show override it.
+    status_t dump(int fd, const Vector<String16>& args) override;
     status_t transact(uint32_t code, const Parcel& data, Parcel* reply,
                       uint32_t flags = 0) final;
     // A local object never dies while referenced: linking is refused as on the platform.
@@ -25,7 +27,8 @@ public:
 
 protected:
     ~BBinder() override;
-    // Unknown codes answer UNKNOWN_TRANSACTION; INTERFACE_TRANSACTION and PING are served here.
+    // Unknown codes answer UNKNOWN_TRANSACTION; INTERFACE_TRANSACTION, DUMP_TRANSACTION and
+    // PING are served here.
     virtual status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply,
                                 uint32_t flags = 0);
 };

@@ -21,6 +21,9 @@ public:
     bool isBinderAlive() const override;
     // Any thread; blocks until the remote answers.
     status_t pingBinder() override;
+    // Any thread; blocks until the remote object has written its dump. The descriptor travels
+    // with the call; the remote writes to its own copy.
+    status_t dump(int fd, const Vector<String16>& args) override;
     // Any thread; blocks until the reply unless flags hold FLAG_ONEWAY. While it waits, calls
     // from the process it waits on that are nested in this call are served on this thread.
     // DEAD_OBJECT once the connection is gone.

@@ -4,6 +4,7 @@
 #include <utils/Errors.h>
 #include <utils/RefBase.h>
 #include <utils/String16.h>
+#include <utils/Vector.h>
 
 #include <cstdint>
 
@@ -24,6 +25,7 @@ public:
         LAST_CALL_TRANSACTION = 0x00ffffff,
         PING_TRANSACTION = B_PACK_CHARS('_', 'P', 'N', 'G'),
         INTERFACE_TRANSACTION = B_PACK_CHARS('_', 'N', 'T', 'F'),
+        DUMP_TRANSACTION = B_PACK_CHARS('_', 'D', 'M', 'P'),
         FLAG_ONEWAY = 0x00000001,
     };
 
@@ -41,6 +43,9 @@ public:
     virtual const String16& getInterfaceDescriptor() const = 0;
     virtual bool isBinderAlive() const = 0;
     virtual status_t pingBinder() = 0;
+    // Any thread; blocks until the object has written its state to fd (a remote object gets
+    // its own copy of the descriptor). args are the object's own dump options.
+    virtual status_t dump(int fd, const Vector<String16>& args) = 0;
     // Any thread; blocks until the reply unless flags hold FLAG_ONEWAY.
     virtual status_t transact(uint32_t code, const Parcel& data, Parcel* reply,
                               uint32_t flags = 0) = 0;

@@ -47,6 +47,11 @@ public:
     status_t writeString8(const String8& str);
     status_t writeString16(const String16& str);
     status_t writeStrongBinder(const sp<IBinder>& val);
+    // A file descriptor: the receiver gets its own copy. With takeOwnership the parcel closes
+    // fd when it is freed; writeDupFileDescriptor writes a duplicate that the parcel owns.
+    // BAD_VALUE for a negative descriptor, NO_MEMORY past the per-parcel limit.
+    status_t writeFileDescriptor(int fd, bool takeOwnership = false);
+    status_t writeDupFileDescriptor(int fd);
 
     int32_t readInt32() const;
     status_t readInt32(int32_t* out) const;
@@ -59,18 +64,33 @@ public:
     String16 readString16() const;
     sp<IBinder> readStrongBinder() const;
     status_t readStrongBinder(sp<IBinder>* out) const;
+    // The descriptor written at the read position, still owned by the parcel; -1 when the
+    // position holds none.
+    int readFileDescriptor() const;
+
 
 private:
     // The host transport's access to the carried binder references (host header HostParcel.h).
     friend class HostParcel;
 
+    // File descriptors carried, in write order, and where each one's index is in the data.
+    struct FdEntry {
+        size_t position;
+        int fd;
+        bool owned;  // closed with the parcel
+    };
+    // Descriptors one parcel may carry.
+    static constexpr size_t kMaxFileDescriptors = 16;
+
     status_t growData(size_t len);
+    void closeFds();
     static size_t pad(size_t len) { return (len + 3) & ~static_cast<size_t>(3); }
 
     std::vector<uint8_t> mData;
     mutable size_t mDataPos;
     std::vector<sp<IBinder>> mObjects;
     std::vector<size_t> mObjectPositions;
+    std::vector<FdEntry> mFds;
 };
 
 }  // namespace android
