@@ -3,10 +3,12 @@
 // result and every output, watches notifications, and drives the head-unit simulator and the
 // simulated tuner.
 #include "ControlClient.h"
+#include "ListFetcher.h"
 #include "NotifyNames.h"
 #include "PlayerConnection.h"
 #include "PlayerOperations.h"
 #include "RadioSnapshot.h"
+#include "ServiceDump.h"
 #include "ToolArgs.h"
 
 #include <headunit/HeadUnitNames.h>
@@ -56,6 +58,11 @@ const char kUsage[] =
         "  wait-active [SECONDS]         wait until the service answers as an active source\n"
         "                                (default 10 s)\n"
         "  ops                           list the player operations and their arguments\n"
+        "  dump [SECTION...]             the service's state dump (all sections, or those\n"
+        "                                named; an unknown name lists the known ones)\n"
+        "  list KIND [ARG]               a whole list, one row per entry: service,\n"
+        "                                pty-popular, pty-classics, pty-newsinfo, pty-others,\n"
+        "                                ensemble, ensemble-comp INDEX, preset BAND\n"
         "  hu COMMAND [ARGS...]          drive the head-unit simulator; \"dabctl hu help\"\n"
         "                                lists its commands (activate dab, infobar, suspend,\n"
         "                                resume, restart-mm, errors, ...)\n"
@@ -180,6 +187,10 @@ constexpr const char kStatusForm[] = "usage: dabctl status";
 constexpr const char kWatchForm[] = "usage: dabctl watch [--count N] [--seconds S]";
 constexpr const char kWaitActiveForm[] = "usage: dabctl wait-active [SECONDS]";
 constexpr const char kOpsForm[] = "usage: dabctl ops";
+constexpr const char kDumpForm[] = "usage: dabctl dump [SECTION...]";
+constexpr const char kListForm[] =
+        "usage: dabctl list service|pty-popular|pty-classics|pty-newsinfo|pty-others|ensemble|"
+        "ensemble-comp INDEX|preset BAND";
 constexpr const char kHuForm[] =
         "usage: dabctl hu COMMAND [ARGS...]   (dabctl hu help lists the commands)";
 constexpr const char kSimForm[] =
@@ -303,6 +314,92 @@ int runOps(const std::vector<std::string>& args) {
     return kExitOk;
 }
 
+int runDump(const std::vector<std::string>& args) {
+    std::vector<std::string> dumpArgs = args;
+    if (gJson) dumpArgs.push_back("--json");
+    std::string output;
+    const int status = ServiceDump::take(dumpArgs, &output);
+    if (status == ServiceDump::NO_SERVICE) {
+        fprintf(stderr, "dabctl: %s\n", output.c_str());
+        return kExitNoService;
+    }
+    if (status == ServiceDump::REFUSED) {
+        // The service names the known sections in its answer.
+        fprintf(stderr, "dabctl: %s", output.c_str());
+        return output.compare(0, 17, "Permission Denial") == 0 ? kExitNoService : kExitUsage;
+    }
+    fputs(output.c_str(), stdout);
+    return kExitOk;
+}
+
+int runList(const std::vector<std::string>& args) {
+    ListKind kind = ListKind::kService;
+    bool needsArg = false;
+    if (args.empty()) return gArgs.usageError("list needs a kind", kListForm);
+    if (!ListFetcher::parseKind(args[0], &kind, &needsArg)) {
+        return gArgs.usageError("unknown list \"" + args[0] + "\"", kListForm);
+    }
+    if (args.size() != (needsArg ? 2u : 1u)) {
+        return gArgs.usageError("list " + args[0] + (needsArg ? " takes one argument" : " takes no argument"),
+                                kListForm);
+    }
+    int arg = 0;
+    std::string error;
+    if (needsArg && !ToolArgs::parseInt(args[1], kind == ListKind::kPreset ? 1 : 0,
+                                        kind == ListKind::kPreset ? 3 : 254,
+                                        kind == ListKind::kPreset ? "BAND" : "INDEX", &arg, &error)) {
+        return gArgs.usageError(error, kListForm);
+    }
+    int exitCode = kExitOk;
+    sp<PlayerConnection> connection = connectOrExplain(&exitCode);
+    if (connection == nullptr) return exitCode;
+    ListFetcher fetcher(connection);
+    std::vector<ListRow> rows;
+    const bool tty = isatty(STDERR_FILENO) != 0;
+    const int r = fetcher.fetch(kind, arg, &rows,
+                                [tty](int received, int size) {
+                                    fprintf(stderr, tty ? "\r%d / %d items" : "%d / %d items\n",
+                                            received, size);
+                                    if (tty && received == size) fputc('\n', stderr);
+                                },
+                                &error);
+    if (r != ListFetcher::OK) {
+        fprintf(stderr, "dabctl: %s\n", error.c_str());
+        return kExitNoService;
+    }
+    for (const ListRow& row : rows) {
+        if (gJson) {
+            json j = {{"index", row.index}};
+            if (row.result != 0) {
+                j["label"] = nullptr;
+                j["noData"] = true;
+            } else if (row.label.converted) {
+                j["label"] = row.label.utf8;
+            } else {
+                j["label"] = nullptr;
+                j["labelHex"] = row.label.hex;
+            }
+            j["code"] = row.code;
+            if (kind == ListKind::kPreset) j["stationLabel"] = row.labelAvail == 1;
+            printLine(dump(j));
+            continue;
+        }
+        std::string line = std::to_string(row.index) + "\t";
+        if (row.result != 0) {
+            line += "(no label)";
+        } else if (row.label.converted) {
+            line += row.label.utf8;
+        } else {
+            line += "<" + row.label.hex + "> (label not convertible)";
+        }
+        if (kind == ListKind::kPreset && row.result == 0 && row.labelAvail == 0) {
+            line += "  (no station label: frequency or channel)";
+        }
+        printLine(line);
+    }
+    return kExitOk;
+}
+
 int runControl(const char* service, const char* what, const char* form,
                const std::vector<std::string>& args) {
     if (args.empty()) return gArgs.usageError("a command is missing", form);
@@ -353,6 +450,8 @@ int main(int argc, char** argv) {
                        : command == "watch" ? kWatchForm
                        : command == "wait-active" ? kWaitActiveForm
                        : command == "ops" ? kOpsForm
+                       : command == "dump" ? kDumpForm
+                       : command == "list" ? kListForm
                        : command == "hu" ? kHuForm
                        : command == "sim" ? kSimForm
                        : command == "help" ? kUsage
@@ -374,6 +473,10 @@ int main(int argc, char** argv) {
         code = runWaitActive(rest);
     } else if (command == "ops") {
         code = runOps(rest);
+    } else if (command == "dump") {
+        code = runDump(rest);
+    } else if (command == "list") {
+        code = runList(rest);
     } else if (command == "help") {
         code = ToolArgs::printHelp(kUsage);
     } else if (command == "hu" || command == "sim") {
