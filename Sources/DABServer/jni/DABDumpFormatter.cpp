@@ -62,6 +62,13 @@ int64_t holdNs(int32_t type) {
 
 int64_t ms(int64_t ns) { return ns / 1000000; }
 
+// How long the worker has held its message, and how long it holds it still, in whole ms.
+int64_t heldMs(const DABDumpState& s) { return ms(s.nowNs - s.worker.heldSinceNs); }
+int64_t leftMs(int32_t type, int64_t held) {
+    const int64_t left = ms(holdNs(type)) - held;
+    return left < 0 ? 0 : left;
+}
+
 const char* busy(int32_t flag) { return flag == DAB_SERVER_IS_IN_PRESET_UPDOWN ? "busy" : "idle"; }
 
 // Milliseconds since a monotonic time, or -1 for "never".
@@ -249,12 +256,10 @@ String8 DABDumpFormatter::text(const DABDumpState& s, uint32_t sections) {
             if (w.held.msgType == DAB_SERVER_QUEUE_MSG_NONE) {
                 o.append("  holding: nothing\n");
             } else {
-                const int64_t held = s.nowNs - w.heldSinceNs;
-                int64_t left = holdNs(w.held.msgType) - held;
-                if (left < 0) left = 0;
+                const int64_t held = heldMs(s);
                 o.appendFormat("  holding: %s index %d param %u for %" PRId64 " ms (%" PRId64 " ms left)\n",
-                               queueMsgName(w.held.msgType), w.held.itemIndex, w.held.param, ms(held),
-                               ms(left));
+                               queueMsgName(w.held.msgType), w.held.itemIndex, w.held.param, held,
+                               leftMs(w.held.msgType, held));
             }
             o.appendFormat("  queue: %zu\n", w.queue.size());
             for (size_t i = 0; i < w.queue.size(); ++i) {
@@ -400,13 +405,11 @@ String8 DABDumpFormatter::json(const DABDumpState& s, uint32_t sections) {
         if (!w.running || w.held.msgType == DAB_SERVER_QUEUE_MSG_NONE) {
             o.append("null");
         } else {
-            const int64_t held = s.nowNs - w.heldSinceNs;
-            int64_t left = holdNs(w.held.msgType) - held;
-            if (left < 0) left = 0;
+            const int64_t held = heldMs(s);
             o.appendFormat("{\"type\":\"%s\",\"msgType\":%d,\"index\":%d,\"param\":%u,\"heldMs\":%" PRId64
                            ",\"leftMs\":%" PRId64 ",\"waitEvent\":%s}",
                            queueMsgName(w.held.msgType), w.held.msgType, w.held.itemIndex, w.held.param,
-                           ms(held), ms(left), isWaitEvent(w.held.msgType) ? "true" : "false");
+                           held, leftMs(w.held.msgType, held), isWaitEvent(w.held.msgType) ? "true" : "false");
         }
         o.append(",\"queue\":[");
         for (size_t i = 0; i < w.queue.size(); ++i) {
