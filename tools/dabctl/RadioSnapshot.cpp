@@ -2,6 +2,9 @@
 
 #include "DABChannelTable.h"
 #include "PlayerOperations.h"
+#include "ServiceDump.h"
+
+#include <DABServerDefs.h>
 
 #include <codeconver/CodeConver.h>
 
@@ -93,15 +96,177 @@ RadioSnapshot RadioSnapshot::take(IDABPlayer& p) {
         }
     }
 
-    s.presetBand = s.band.result == 0 ? s.band.value : 1;
+    s.readPresets(p);
+    return s;
+}
+
+void RadioSnapshot::readPresets(IDABPlayer& p) {
+    presetBand = band.result == 0 && band.value >= 1 && band.value <= 3 ? band.value : 1;
     for (int i = 0; i < kPresetsPerBand; ++i) {
         char buf[DAB_PLAYER_LABEL_SIZE] = {};
         int code = EN_CODE_CONVER_NONE;
-        Preset& preset = s.presets[i];
-        preset.result = p.getPresetListItem(s.presetBand, i, buf, &code, &preset.labelAvail);
+        Preset& preset = presets[i];
+        preset.labelAvail = 0;
+        preset.result = p.getPresetListItem(presetBand, i, buf, &code, &preset.labelAvail);
+        if (isTransportError(preset.result)) transportFailed = true;
+        preset.label = ConvertedText();
         if (preset.result == 0) preset.label = convertText(buf, sizeof(buf), code);
     }
+}
+
+namespace {
+
+// A label the service has converted already: UTF-8, or no data when empty.
+RadioSnapshot::Text convertedText(bool active, const std::string& utf8, bool hasData = true) {
+    RadioSnapshot::Text t;
+    if (!active) return t;
+    t.result = hasData && !utf8.empty() ? 0 : 1;
+    t.code = EN_CODE_CONVER_NONE;
+    if (t.result == 0) {
+        t.text.converted = true;
+        t.text.utf8 = utf8;
+    }
+    return t;
+}
+
+void setValue(RadioSnapshot::Value* v, bool active, int value) {
+    v->result = active ? 0 : -1;
+    v->value = value;
+}
+
+void setChannel(RadioSnapshot* s, bool active, int blockId) {
+    setValue(&s->nm, active, blockId);
+    const DAB_CHANNEL_INFO* channel = DABChannelTable::lookup(blockId);
+    s->channel.clear();
+    s->freqText.clear();
+    s->frequency.result = -1;
+    s->freqResult = -1;
+    if (channel == nullptr || channel->kHz == 0) return;
+    s->channel = fieldText(channel->label, sizeof(channel->label));
+    s->freqText = fieldText(channel->freqTextUnit, sizeof(channel->freqTextUnit));
+    s->freqResult = 0;
+    setValue(&s->frequency, active, static_cast<int>(channel->kHz));
+}
+
+// What the antenna query answers for the tuner's raw antenna state.
+void setAntenna(RadioSnapshot::Value* v, bool active, int raw) {
+    v->result = active && raw >= 1 && raw <= 5 ? 0 : -1;
+    v->value = raw >= 3 ? 1 : 2;
+}
+
+int intOr(const json& j, int fallback) { return j.is_number_integer() ? j.get<int>() : fallback; }
+
+}  // namespace
+
+RadioSnapshot RadioSnapshot::fromDumpJson(const json& d) {
+    RadioSnapshot s;
+    const json& life = d.contains("lifecycle") ? d["lifecycle"] : json::object();
+    const json& st = d.contains("station") ? d["station"] : json::object();
+    const bool active = life.value("active", false);
+    const int bandValue = intOr(st.value("band", json()), 0);
+    setValue(&s.band, active, bandValue);
+    const json preset = st.value("preset", json());
+    setValue(&s.presetNum, active,
+             preset.is_number_integer() && preset.get<int>() > 0 && bandValue >= 1
+                     ? (bandValue - 1) * 6 + preset.get<int>() - 1
+                     : -1);
+    setChannel(&s, active, intOr(st.value("blockId", json()), 0));
+    setValue(&s.signal, active, intOr(st.value("signalLevel", json()), 0));
+    setValue(&s.fmLink, active, intOr(st.value("fmLink", json()), 0));
+    setValue(&s.bitRate, active, intOr(st.value("bitRate", json()), 0));
+    setValue(&s.ptyType, active, intOr(st.value("ptyType", json()), 0));
+    setValue(&s.compTotal, active, intOr(st.value("compTotal", json()), 0));
+    setValue(&s.compNum, active, intOr(st.value("compNum", json()), 0));
+    setValue(&s.logicMode, active, intOr(st.value("logicMode", json()), 0));
+    setValue(&s.error, active, intOr(st.value("errorType", json()), 0));
+    s.realError = s.error;
+    setAntenna(&s.antStatus, active, intOr(st.value("antStatus", json()), 0));
+    setValue(&s.displayFormat, active, intOr(st.value("displayFormat", json()), 1));
+    const json ts = st.value("timeShift", json::object());
+    setValue(&s.playbackStatus, active, intOr(ts.value("status", json()), 0));
+    setValue(&s.totalTime, active, intOr(ts.value("total", json()), -1));
+    setValue(&s.cacheTime, active, intOr(ts.value("cache", json()), -1));
+    setValue(&s.pauseTime, active, intOr(ts.value("pause", json()), -1));
+    auto label = [&](const char* key) {
+        const json l = st.value(key, json::object());
+        return convertedText(active, l.value("text", std::string()));
+    };
+    s.ensemble = label("ensembleLabel");
+    s.service = label("serviceLabel");
+    s.component = label("compLabel");
+    const json dls = st.value("dynamicText", json::object());
+    s.dynamicText = convertedText(active, dls.value("text", std::string()), dls.value("hasData", false));
+    s.presetBand = bandValue >= 1 && bandValue <= 3 ? bandValue : 1;
     return s;
+}
+
+RadioSnapshot RadioSnapshot::fromDump(IDABPlayer& p, const RadioSnapshot* previous) {
+    std::string out;
+    RadioSnapshot s;
+    if (ServiceDump::take({"lifecycle", "station", "--json"}, &out) != ServiceDump::OK) {
+        s.transportFailed = true;
+        return s;
+    }
+    const json d = json::parse(out, nullptr, false);
+    if (d.is_discarded()) {
+        s.transportFailed = true;
+        return s;
+    }
+    s = fromDumpJson(d);
+    if (previous != nullptr && !previous->transportFailed && previous->presetBand == s.presetBand &&
+        previous->presets[0].result != -1) {
+        for (int i = 0; i < kPresetsPerBand; ++i) s.presets[i] = previous->presets[i];
+    } else {
+        s.readPresets(p);
+    }
+    return s;
+}
+
+bool RadioSnapshot::apply(const Notification& n) {
+    const bool active = band.result == 0;
+    switch (n.id) {
+        case DAB_SERVER_NOTIFY_BAND_CHANGE:
+            setValue(&band, true, n.ext1);
+            return n.ext1 != presetBand;
+        case DAB_SERVER_NOTIFY_FREQ_CHANGE: setChannel(this, active, n.ext1); break;
+        case DAB_SERVER_NOTIFY_SIGNAL_LEVEL_CHANGE: setValue(&signal, active, n.ext1); break;
+        case DAB_SERVER_NOTIFY_FM_LINK_CHANGE: setValue(&fmLink, active, n.ext1); break;
+        case DAB_SERVER_NOTIFY_BPS_CHANGE: setValue(&bitRate, active, n.ext1); break;
+        case DAB_SERVER_NOTIFY_PTY_TYPE_CHANGE: setValue(&ptyType, active, n.ext1); break;
+        case DAB_SERVER_NOTIFY_ENSEMBLE_LABEL_CHANGE:
+            if (n.hasParcel) ensemble = convertedText(active, n.text);
+            break;
+        case DAB_SERVER_NOTIFY_SERVICE_LABEL_CHANGE:
+            if (n.hasParcel) service = convertedText(active, n.text);
+            break;
+        case DAB_SERVER_NOTIFY_COMP_LABEL_CHANGE:
+            if (n.hasParcel) component = convertedText(active, n.text);
+            break;
+        case DAB_SERVER_NOTIFY_COMP_TOTAL_CHANGE: setValue(&compTotal, active, n.ext1); break;
+        case DAB_SERVER_NOTIFY_COMP_NUM_CHANGE: setValue(&compNum, active, n.ext1); break;
+        case DAB_SERVER_NOTIFY_DYNAMIC_TEXT_UPDATE:
+            dynamicText = convertedText(active, n.hasParcel ? n.text : std::string(), n.hasParcel);
+            break;
+        case DAB_SERVER_NOTIFY_TOTAL_TIME_CHANGE: setValue(&totalTime, active, n.ext1); break;
+        case DAB_SERVER_NOTIFY_CACHE_TIME_CHANGE: setValue(&cacheTime, active, n.ext1); break;
+        case DAB_SERVER_NOTIFY_PAUSE_TIME_CHANGE: setValue(&pauseTime, active, n.ext1); break;
+        case DAB_SERVER_NOTIFY_PLAYBACK_STATUS_CHANGE: setValue(&playbackStatus, active, n.ext1); break;
+        case DAB_SERVER_NOTIFY_ERROR_INFO_NOTIFIED:
+            setValue(&error, active, n.ext1);
+            realError = error;
+            break;
+        case DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE: setValue(&logicMode, active, n.ext1); break;
+        case DAB_SERVER_NOTIFY_PRESET_NUM_CHANGE: setValue(&presetNum, active, n.ext1); break;
+        case DAB_SERVER_NOTIFY_ANT_STATUS_CHANGED:
+            // Activation announces itself with the antenna status.
+            antStatus.result = n.ext1 == 1 || n.ext1 == 2 ? 0 : -1;
+            antStatus.value = n.ext1;
+            if (!active) return true;
+            break;
+        case DAB_SERVER_NOTIFY_PRESET_ITEM_UPDATE: return n.ext1 == presetBand;
+        default: break;
+    }
+    return false;
 }
 
 const char* RadioSnapshot::logicModeName(int mode) {

@@ -1,6 +1,7 @@
 #ifndef DAB_TOOLS_DABCTL_RADIOSNAPSHOT_H
 #define DAB_TOOLS_DABCTL_RADIOSNAPSHOT_H
 
+#include "NotificationSink.h"
 #include "TextConversion.h"
 
 #include <dabplayer/IDABPlayer.h>
@@ -34,6 +35,21 @@ public:
 
     // Any thread; blocks for about 30 round trips to the service.
     static RadioSnapshot take(android::IDABPlayer& player);
+    // Any thread; blocks for one dump of the service and the six preset queries. The state
+    // the service's dump shows ("station" and "lifecycle" sections, JSON); nothing else is
+    // queried. transportFailed when the service could not be reached. With previous of the
+    // same band its presets are kept instead of read again.
+    static RadioSnapshot fromDump(android::IDABPlayer& player,
+                                  const RadioSnapshot* previous = nullptr);
+    // Any thread; pure. The same from a dump already read.
+    static RadioSnapshot fromDumpJson(const nlohmann::ordered_json& dump);
+
+    // Any thread; non-blocking. Keeps the state current with one notification, as the
+    // queries would answer after it. True when the presets shown must be read again
+    // (readPresets): a preset of the shown band changed, or the band did.
+    bool apply(const Notification& n);
+    // Any thread; blocks for six round trips.
+    void readPresets(android::IDABPlayer& player);
 
     // Whether the service answers as an active source (its band query succeeds).
     bool active() const { return band.result == 0; }

@@ -118,6 +118,15 @@ void DeskView::refreshRadio(android::IDABPlayer& player) {
     mHaveRadio = true;
 }
 
+void DeskView::loadRadioFromDump(android::IDABPlayer& player) {
+    mRadio = RadioSnapshot::fromDump(player, mHaveRadio ? &mRadio : nullptr);
+    mHaveRadio = true;
+}
+
+void DeskView::applyNotification(android::IDABPlayer& player, const dabclient::Notification& n) {
+    if (mRadio.apply(n)) mRadio.readPresets(player);
+}
+
 void DeskView::refreshHeadUnit() {
     std::string out;
     const int status =

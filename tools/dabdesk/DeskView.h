@@ -19,6 +19,11 @@ public:
 
     // The calling thread; blocks for the queries (about 30 round trips to the service).
     void refreshRadio(android::IDABPlayer& player);
+    // The calling thread; blocks for one dump of the service and the six preset queries.
+    void loadRadioFromDump(android::IDABPlayer& player);
+    // The owner thread; blocks for the six preset queries only when a notification changed
+    // the presets shown. Keeps the view current without asking the service.
+    void applyNotification(android::IDABPlayer& player, const dabclient::Notification& n);
     // The calling thread; blocks for one round trip to the head-unit simulator. Without a
     // simulator the view says so.
     void refreshHeadUnit();

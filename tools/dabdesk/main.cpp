@@ -32,11 +32,16 @@ using namespace android;
 namespace {
 
 constexpr auto kConnectTimeout = std::chrono::seconds(10);
-// The view is refreshed at most this often while notifications arrive, and at least this
-// often without (time-shift times, the information bar).
+// The view is redrawn at most this often while notifications arrive; the information bar is
+// read from the head unit at least this often. The radio's state comes from one dump of the
+// service and then from the notifications; a fresh dump now and then catches what no
+// notification tells (a deactivation), without a single query to the service.
 constexpr auto kMinRefresh = std::chrono::milliseconds(150);
 constexpr auto kMaxRefresh = std::chrono::milliseconds(1000);
+constexpr auto kDumpResync = std::chrono::seconds(5);
 constexpr int kPollMs = 100;
+// Notifications applied per redraw; a longer gap is caught up with a dump.
+constexpr size_t kNotificationBatch = 256;
 constexpr const char kPrompt[] = "desk> ";
 
 int gSignalPipe[2] = {-1, -1};
@@ -78,7 +83,7 @@ int runLines(DeskCommands& commands, const sp<IDABPlayer>& player, NotificationL
     std::string line;
     while (std::getline(std::cin, line)) {
         if (line == "view") {
-            view.refreshRadio(*player);
+            view.loadRadioFromDump(*player);
             view.refreshHeadUnit();
             view.setRecent(log.recent(4));
             for (const std::string& l : view.render(100, 0)) printf("%s\n", l.c_str());
@@ -97,14 +102,26 @@ int runTerminal(Terminal& terminal, DeskCommands& commands, const sp<IDABPlayer>
                 NotificationLog& log, const sp<dabclient::PlayerConnection>& connection) {
     DeskView view;
     view.setResult("Type help for the commands; quit or Ctrl-C leaves.");
-    uint64_t seenSeq = ~0ull;
+    uint64_t seenSeq = log.lastSeq();
+    view.loadRadioFromDump(*player);
+    auto lastDump = std::chrono::steady_clock::now();
     auto lastRefresh = std::chrono::steady_clock::now() - kMaxRefresh;
     bool redraw = true;
     for (;;) {
         const auto now = std::chrono::steady_clock::now();
         const uint64_t seq = log.lastSeq();
         if ((seq != seenSeq && now - lastRefresh >= kMinRefresh) || now - lastRefresh >= kMaxRefresh) {
-            view.refreshRadio(*player);
+            const std::vector<NotificationLog::Entry> fresh = log.recent(kNotificationBatch);
+            if (now - lastDump >= kDumpResync ||
+                (!fresh.empty() && seq - seenSeq > fresh.size())) {
+                // Too many to catch up with, or time for a check: start again from a dump.
+                view.loadRadioFromDump(*player);
+                lastDump = now;
+            } else {
+                for (const NotificationLog::Entry& e : fresh) {
+                    if (e.seq > seenSeq) view.applyNotification(*player, e.n);
+                }
+            }
             view.refreshHeadUnit();
             view.setRecent(log.recent(4));
             seenSeq = seq;
