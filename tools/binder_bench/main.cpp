@@ -8,7 +8,12 @@
 // through raw Unix sockets (64 bytes) in the same run: the median time from the first send to
 // the last client's receipt, the throughput, and a check that every client received every
 // notification in order;
+// then the same fan-out end to end through the real service: a tuner notification from the
+// tuner callback through DABPlayerService's dispatch to N client processes (--fanout-clients,
+// 8 by default; run again with 64), against the raw sockets in the same run;
 // then an idle check: a service with a connected client, left alone, must not wake up.
+// BM_ServiceDump16Clients: a whole dump of the service with 16 clients, full caches and full
+// histories (median and 99th percentile as counters).
 //
 //   binder_bench [benchmark flags] [--idle-seconds=N] [--fanout-rounds=N]
 //                [--fanout-notifications=N] [--fanout-raw-notifications=N]
@@ -31,7 +36,16 @@
 #include <binder/ProcessState.h>
 #include <dabplayer/IDABPlayerClient.h>
 
+#include "DABPlayerService.h"
+#include "DABSourceController.h"
+#include "DABTASourceController.h"
+#include "FakeClient.h"
+#include "FakePlatform.h"
+#include "FakeTuner.h"
+#include "HostLog.h"
+
 #include <dirent.h>
+#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/prctl.h>
@@ -221,7 +235,77 @@ void BM_BinderOneway64(benchmark::State& state) {
     total += sent;
 }
 
+// A whole dump of the service with 16 clients, full caches and full histories, written to
+// /dev/null. The median and the 99th percentile of the iterations are reported as counters.
+void BM_ServiceDump16Clients(benchmark::State& state) {
+    HostLog::Sink previousSink = HostLog::setSink([](const HostLog::Line&) {});
+    sp<FakeTuner> tuner = new FakeTuner();
+    sp<FakeSysCtrl> sysCtrl = new FakeSysCtrl();
+    sp<FakeMediaData> mediaData = new FakeMediaData();
+    sp<FakeProcessSupport> process = new FakeProcessSupport();
+    media_lib_dab::DABLibBackend::setCurrent(tuner);
+    SysCtrlBackend::setCurrent(sysCtrl);
+    MediaDataBackend::setCurrent(mediaData);
+    ProcessSupportBackend::setCurrent(process);
+    sp<DABPlayerService> service = new DABPlayerService(nullptr, nullptr);
+    sysCtrl->resume();
+    service->activate(0);
+    std::vector<sp<IDABPlayer>> players;
+    for (int i = 0; i < 16; ++i) players.push_back(service->createClient(1000 + i, new FakeClient()));
+    {
+        // Full caches: three preset bands and a 200-entry service list arriving item by item.
+        media_lib_dab::ST_DAB_PCH_LIST_ITEM pch;
+        for (int band = 1; band <= 3; ++band) {
+            for (int i = 1; i <= 6; ++i) {
+                memset(&pch, 0, sizeof(pch));
+                pch.labelValid = 1;
+                pch.band = static_cast<uint32_t>(band);
+                pch.pchNum = static_cast<uint8_t>(i);
+                pch.nm = 14;
+                pch.labelEncode = 1;
+                memcpy(pch.label, "Preset station  ", 16);
+                tuner->setPchItem(pch);
+                tuner->notify(14, 0);
+            }
+        }
+        service->requestServiceCompList();
+        media_lib_dab::ST_DAB_SVC_LIST_DATA svc;
+        for (int i = 1; i <= 200; ++i) {
+            memset(&svc, 0, sizeof(svc));
+            svc.valid = 1;
+            svc.curnum_all = 200;
+            svc.curnum_pos = static_cast<uint8_t>(i);
+            svc.codeTyped = 1;
+            memcpy(svc.label, "Service station ", 16);
+            tuner->setSvcItem(svc);
+            tuner->notify(23, 0);
+        }
+        for (int i = 0; i < 200; ++i) tuner->notify(10, i % 8);
+    }
+    const int fd = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    Vector<String16> args;
+    std::vector<double> times;
+    for (auto _ : state) {
+        const auto start = std::chrono::steady_clock::now();
+        service->dump(fd, args);
+        times.push_back(std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count());
+    }
+    close(fd);
+    service->deactivate(0);
+    std::sort(times.begin(), times.end());
+    state.counters["p50_us"] = times[times.size() / 2];
+    state.counters["p99_us"] = times[std::min(times.size() - 1, times.size() * 99 / 100)];
+    players.clear();
+    service.clear();
+    media_lib_dab::DABLibBackend::setCurrent(nullptr);
+    SysCtrlBackend::setCurrent(nullptr);
+    MediaDataBackend::setCurrent(nullptr);
+    ProcessSupportBackend::setCurrent(nullptr);
+    HostLog::setSink(previousSink);
+}
+
 BENCHMARK(BM_RawSocketPingPong64)->UseRealTime();
+BENCHMARK(BM_ServiceDump16Clients)->UseRealTime();
 BENCHMARK(BM_BinderTwoWay64)->UseRealTime();
 BENCHMARK(BM_BinderOneway64)->UseRealTime();
 
@@ -282,7 +366,7 @@ void idleCheck(int seconds) {
 
 // ---- Fan-out of one notification to many client processes ----
 
-constexpr int kFanoutClients = 8;
+int gFanoutClients = 8;  // main thread sets it before any fan-out
 constexpr int kAckEvery = 128;      // streamed notifications: one receipt per this many
 constexpr int kWindow = 512;        // streamed notifications in flight, within the queue bounds
 constexpr int kAckTimeoutMs = 5000;
@@ -292,6 +376,12 @@ const char kFanoutText[] = "ensemble changed";
 
 // The notification's msg says whether the client reports its receipt.
 enum FanoutMsg : int32_t { kMsgAck = 1, kMsgNoAck = 2 };
+// Through the service: tuner signal level (10) reaches clients as notify id 4, FM link (5)
+// as notify id 5, each with the tuner's value.
+constexpr int kTunerSignalLevel = 10;
+constexpr int kTunerFmLink = 5;
+constexpr int32_t kServiceMsgAck = 4;
+constexpr int32_t kServiceMsgNoAck = 5;
 
 // A client's receipt: the sequence number just received and the faults seen so far (a sequence
 // number other than the one expected, or a wrong payload).
@@ -371,6 +461,13 @@ public:
 
     // Binder threads, one call at a time (one-way calls to one object are served in order).
     void notify(int msg, int ext1, int ext2, const Parcel* obj) override {
+        // Through the player service the two kinds arrive as signal level and FM link, which
+        // carry no parcel.
+        if (msg == kServiceMsgAck || msg == kServiceMsgNoAck) {
+            mCheck.received(msg == kServiceMsgAck ? kMsgAck : kMsgNoAck, ext1,
+                            ext2 == 0 && obj == nullptr);
+            return;
+        }
         const char* text = obj != nullptr ? obj->readCString() : nullptr;
         mCheck.received(msg, ext1, ext2 == 0 && text != nullptr && strcmp(text, kFanoutText) == 0);
     }
@@ -496,6 +593,18 @@ private:
     Parcel mObj;                                // immutable after construction
 };
 
+// The real service on the scripted tuner: send() is the tuner's callback thread delivering one
+// notification, which the dispatch fans out to every client object.
+class ServiceFanout : public FanoutSide {
+public:
+    void send(int32_t msg, int32_t seq) override {
+        tuner->notify(msg == kMsgAck ? kTunerSignalLevel : kTunerFmLink, seq);
+    }
+    sp<FakeTuner> tuner;                 // main thread only
+    sp<DABPlayerService> service;        // main thread only
+    std::vector<sp<IDABPlayer>> players; // the client objects, held as the applications would
+};
+
 // Starts a client with its end of a new socket pair; returns the bench's end.
 int spawnWithSocket(const char* flag, pid_t* pid) {
     int sv[2];
@@ -580,22 +689,50 @@ bool fanoutCheck(int rounds, int notifications, int rawNotifications) {
     if (rounds <= 0) return true;
     RawFanout raw;
     BinderFanout binder;
+    ServiceFanout service;
     sp<FanoutRegistry> registry = new FanoutRegistry();
     if (defaultServiceManager()->addService(String16(kFanoutService), registry) != NO_ERROR) {
         fprintf(stderr, "fan-out: service not published\n");
         return false;
     }
-    for (int i = 0; i < kFanoutClients; ++i) {
+    for (int i = 0; i < gFanoutClients; ++i) {
         pid_t pid = -1;
         raw.ackFds.push_back(spawnWithSocket("--fanout-raw-client", &pid));
         raw.pids.push_back(pid);
         binder.ackFds.push_back(spawnWithSocket("--fanout-binder-client", &pid));
         binder.pids.push_back(pid);
     }
-    raw.lastFaults.assign(kFanoutClients, 0);
-    binder.lastFaults.assign(kFanoutClients, 0);
-    binder.clients = registry->waitClients(kFanoutClients, std::chrono::seconds(10));
-    bool ok = binder.clients.size() == static_cast<size_t>(kFanoutClients);
+    raw.lastFaults.assign(gFanoutClients, 0);
+    binder.lastFaults.assign(gFanoutClients, 0);
+    service.lastFaults.assign(gFanoutClients, 0);
+    binder.clients = registry->waitClients(gFanoutClients, std::chrono::seconds(30));
+    bool ok = binder.clients.size() == static_cast<size_t>(gFanoutClients);
+    // The service's clients come after: their callbacks are registered in a second round.
+    registry->clear();
+    for (int i = 0; ok && i < gFanoutClients; ++i) {
+        pid_t pid = -1;
+        service.ackFds.push_back(spawnWithSocket("--fanout-binder-client", &pid));
+        service.pids.push_back(pid);
+    }
+    std::vector<sp<IDABPlayerClient>> serviceClients =
+            ok ? registry->waitClients(gFanoutClients, std::chrono::seconds(30))
+               : std::vector<sp<IDABPlayerClient>>();
+    ok = ok && serviceClients.size() == static_cast<size_t>(gFanoutClients);
+    // The service logs every notification as on the device; the lines are counted, not shown.
+    std::atomic<long> logLines(0);
+    HostLog::Sink previousSink =
+            HostLog::setSink([&logLines](const HostLog::Line&) { logLines.fetch_add(1); });
+    if (ok) {
+        service.tuner = new FakeTuner();
+        media_lib_dab::DABLibBackend::setCurrent(service.tuner);
+        service.service = new DABPlayerService(nullptr, nullptr);
+        // The bench's main thread stands in for the tuner's callback thread.
+        for (const sp<IDABPlayerClient>& c : serviceClients) {
+            service.players.push_back(service.service->createClient(0, c));
+        }
+        // The client objects' order in the registry is the fan-out order; receipts are read
+        // per process, so any order works.
+    }
     if (!ok) {
         fprintf(stderr, "fan-out: clients did not register\n");
     } else {
@@ -603,26 +740,45 @@ bool fanoutCheck(int rounds, int notifications, int rawNotifications) {
         for (int i = 0; i < rounds / 10; ++i) {
             timedRound(raw);
             timedRound(binder);
+            timedRound(service);
         }
         std::vector<double> rawTimes;
         std::vector<double> binderTimes;
+        std::vector<double> serviceTimes;
+        const long linesBefore = logLines.load();
         for (int i = 0; i < rounds; ++i) {
             rawTimes.push_back(timedRound(raw));
             binderTimes.push_back(timedRound(binder));
+            serviceTimes.push_back(timedRound(service));
         }
+        const double linesPerNotification =
+                static_cast<double>(logLines.load() - linesBefore) / rounds;
         const double rawRate = stream(raw, rawNotifications);
         const double binderRate = stream(binder, notifications);
+        const double serviceRate = stream(service, notifications);
         const double rawMedian = percentile(rawTimes, 0.5);
         const double binderMedian = percentile(binderTimes, 0.5);
         printf("fan-out to %d processes, %d single notifications each side, send to the last "
                "client's receipt, median (90th percentile):\n",
-               kFanoutClients, rounds);
+               gFanoutClients, rounds);
         printf("  raw socket, 64 bytes:          %8.1f us (%8.1f us)\n", rawMedian,
                percentile(rawTimes, 0.9));
         printf("  IDABPlayerClient::notify:      %8.1f us (%8.1f us)\n", binderMedian,
                percentile(binderTimes, 0.9));
         printf("  ratio binder/raw: %.2f (within 2: %s)\n", binderMedian / rawMedian,
                binderMedian <= 2 * rawMedian ? "yes" : "NO");
+        const double serviceMedian = percentile(serviceTimes, 0.5);
+        const double serviceP99 = percentile(serviceTimes, 0.99);
+        const double rawP99 = percentile(rawTimes, 0.99);
+        const double target = gFanoutClients <= 8 ? 1.3 : 1.5;
+        printf("end to end through the service (tuner callback to the last client's receipt, "
+               "%.1f log lines each):\n",
+               linesPerNotification);
+        printf("  raw socket p50 %8.1f us  p99 %8.1f us\n", rawMedian, rawP99);
+        printf("  service    p50 %8.1f us  p99 %8.1f us\n", serviceMedian, serviceP99);
+        printf("  ratio service/raw: p50 %.2f, p99 %.2f (target %.1f: %s)\n",
+               serviceMedian / rawMedian, serviceP99 / rawP99, target,
+               serviceMedian <= target * rawMedian ? "met" : "MISSED");
         // A stream cut short by a lost receipt has no rate.
         const auto rate = [](const FanoutSide& side, double r) {
             return side.failed ? std::string("void") : std::to_string(static_cast<long>(r)) + "/s";
@@ -633,14 +789,23 @@ bool fanoutCheck(int rounds, int notifications, int rawNotifications) {
                rate(binder, binderRate).c_str(), notifications);
         printf("order, binder: %d notifications per client (%d streamed): %s\n", binder.nextSeq,
                notifications, describeOrder(binder).c_str());
+        printf("order, service: %d notifications per client (%d streamed, %s): %s\n",
+               service.nextSeq, notifications, rate(service, serviceRate).c_str(),
+               describeOrder(service).c_str());
         printf("order, raw: %d notifications per client: %s\n", raw.nextSeq,
                describeOrder(raw).c_str());
-        ok = allInOrder(binder) && allInOrder(raw);
+        ok = allInOrder(binder) && allInOrder(raw) && allInOrder(service);
     }
     binder.clients.clear();
+    service.players.clear();
+    serviceClients.clear();
+    service.service.clear();
+    media_lib_dab::DABLibBackend::setCurrent(nullptr);
+    HostLog::setSink(previousSink);
     registry->clear();
     stopClients(raw);
     stopClients(binder);
+    stopClients(service);
     return ok;
 }
 
@@ -672,7 +837,7 @@ int main(int argc, char** argv) {
     }
     static const char kUsage[] =
             "usage: binder_bench [--idle-seconds S] [--fanout-rounds N] [--fanout-notifications N]\n"
-            "                    [--fanout-raw-notifications N] [--benchmark_...]";
+            "                    [--fanout-raw-notifications N] [--fanout-clients N] [--benchmark_...]";
     ToolArgs args("binder_bench");
     std::string error;
     int idleSeconds = 10;
@@ -685,6 +850,7 @@ int main(int argc, char** argv) {
                      {"--fanout-rounds", "N"},
                      {"--fanout-notifications", "N"},
                      {"--fanout-raw-notifications", "N"},
+                     {"--fanout-clients", "N"},
                      {"--raw-peer", "FD"},
                      {"--binder-peer", nullptr},
                      {"--fanout-raw-client", "FD"},
@@ -695,6 +861,7 @@ int main(int argc, char** argv) {
         !args.intOption("--fanout-notifications", 1, 10000000, &fanoutNotifications, &error) ||
         !args.intOption("--fanout-raw-notifications", 1, 10000000, &fanoutRawNotifications,
                         &error) ||
+        !args.intOption("--fanout-clients", 1, 256, &gFanoutClients, &error) ||
         !args.intOption("--raw-peer", 0, 1 << 20, &peer, &error) ||
         !args.intOption("--fanout-raw-client", 0, 1 << 20, &peer, &error) ||
         !args.intOption("--fanout-binder-client", 0, 1 << 20, &peer, &error)) {
