@@ -286,9 +286,26 @@ const char* RadioSnapshot::logicModeName(int mode) {
 
 std::string RadioSnapshot::display(const Text& t) {
     if (t.result == 1) return "(no data)";
-    if (t.result != 0) return "-";
+    if (t.result != 0) return "(refused)";
     if (t.text.converted) return t.text.utf8;
-    return "<" + t.text.hex + "> (code " + std::to_string(t.code) + ", not converted)";
+    return "<" + t.text.hex + "> (label not convertible)";
+}
+
+std::string RadioSnapshot::display(const Preset& p) {
+    if (p.result == 1) return "(empty)";
+    if (p.result != 0) return "(refused)";
+    if (p.label.converted) return p.label.utf8;
+    return "<" + p.label.hex + "> (label not convertible)";
+}
+
+std::string RadioSnapshot::errorText(const Value& v) {
+    if (v.result != 0) return "(refused)";
+    switch (v.value) {
+        case 0: return "none";
+        case 1: return "type 1";
+        case 2: return "type 2";
+        default: return "unknown";
+    }
 }
 
 std::string RadioSnapshot::text() const {
@@ -332,16 +349,14 @@ std::string RadioSnapshot::text() const {
                              valueText(bitRate, " kbit/s") + "  PTY " + valueText(ptyType));
     std::string antenna = "-";
     if (antStatus.result == 0) antenna = antStatus.value == 1 ? "fault" : "good";
-    row("Antenna / error", "antenna " + antenna + "  error " + valueText(error) + " (tuner " +
-                                   valueText(realError) + ")");
+    row("Antenna / error", "antenna " + antenna + "  error " + errorText(error));
     row("Time-shift", "status " + valueText(playbackStatus) + "  total " + valueText(totalTime, " s") +
                               "  cache " + valueText(cacheTime, " s") + "  play " +
                               valueText(pauseTime, " s"));
     out << "Presets of band " << presetBand << ":\n";
     for (int i = 0; i < kPresetsPerBand; ++i) {
         const Preset& p = presets[i];
-        std::string label = p.result == 0 ? (p.label.converted ? p.label.utf8 : "<" + p.label.hex + ">")
-                                          : (p.result == 1 ? "(empty)" : "-");
+        const std::string label = display(p);
         const bool current = presetNum.result == 0 && presetNum.value == (presetBand - 1) * 6 + i;
         out << (current ? "  > P" : "    P") << (i + 1) << "  " << label << "\n";
     }

@@ -58,8 +58,12 @@ public:
     // Any thread; non-blocking.
     nlohmann::ordered_json toJson() const;
 
-    // A label for people: the UTF-8 text, "(no data)" or the raw bytes.
+    // A label for people: the UTF-8 text, "(no data)" (result 1), "(refused)" (-1), or the
+    // raw bytes said to be not convertible. Never a raw code.
     static std::string display(const Text& t);
+    static std::string display(const Preset& p);
+    // The reception error for people: "none", "type 1", "type 2", "unknown" or "(refused)".
+    static std::string errorText(const Value& v);
     // The logic mode's name ("normal", "seek up", ...), empty when unknown.
     static const char* logicModeName(int mode);
 

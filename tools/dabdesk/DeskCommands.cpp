@@ -59,6 +59,8 @@ const char* DeskCommands::helpText() {
            "band               next band (preset bank)      preset N       recall preset N (1-6)\n"
            "store N            store the station as preset N\n"
            "list services      read the service list        list ensembles read the ensembles\n"
+           "list components N  services of ensemble N       list pty news|popular|classics|others\n"
+           "scan               update the service list      more / back    page a long list\n"
            "play N             tune to entry N of the service list\n"
            "search L           first service starting with letter L\n"
            "ts on|off|pause|play|live|seek S                time-shift\n"
@@ -92,10 +94,17 @@ DeskCommands::Result DeskCommands::run(const std::string& line) {
         return done(line, verb == "preset" ? p.recall(n - 1) : p.memory(n - 1));
     }
     if (verb == "list") {
-        if (w.size() != 2 || (w[1] != "services" && w[1] != "ensembles")) {
-            return usageOf("list services|ensembles");
+        const char* form = "list services|ensembles|components N|pty news|popular|classics|others";
+        if (w.size() == 2 && (w[1] == "services" || w[1] == "ensembles")) return listCommand(w[1]);
+        if (w.size() == 3 && w[1] == "components" && parseNumber(w[2], &n) && n >= 1) {
+            return listCommand("components", n - 1);
         }
-        return listCommand(w[1]);
+        if (w.size() == 3 && w[1] == "pty") return listCommand(w[2]);
+        return usageOf(form);
+    }
+    if (verb == "scan") {
+        // A list update asked for by the user: the tuner runs through every channel.
+        return w.size() == 1 ? done("scan", p.requestServiceListUpdate()) : usageOf("scan");
     }
     if (verb == "play") {
         if (w.size() != 2 || !parseNumber(w[1], &n) || n < 1) return usageOf("play N");
@@ -132,14 +141,16 @@ DeskCommands::Result DeskCommands::run(const std::string& line) {
     return {2, "unknown command \"" + verb + "\"; type help", false};
 }
 
-bool DeskCommands::readList(int (IDABPlayer::*request)(), int countId, int itemId,
-                            ListItemGetter getter, std::vector<Item>* items, std::string* error) {
+bool DeskCommands::readList(const std::function<int(IDABPlayer&)>& request, int countId,
+                            int itemId, ListItemGetter getter, std::vector<Item>* items,
+                            std::string* error) {
     items->clear();
     const uint64_t start = mLog->lastSeq();
-    const int r = ((*mPlayer).*request)();
+    const int r = request(*mPlayer);
     if (r != 0) {
         *error = dabclient::isTransportError(r) ? "the DAB player service went away"
-                                                : "refused (" + std::to_string(r) + ")";
+                 : r == 1                       ? "that entry is not in the list read last"
+                                                : "refused (the source is not active?)";
         return false;
     }
     NotificationLog::Entry count;
@@ -185,11 +196,11 @@ std::string DeskCommands::listText(const char* title, const std::vector<Item>& i
     return out.str();
 }
 
-DeskCommands::Result DeskCommands::listCommand(const std::string& what) {
+DeskCommands::Result DeskCommands::listCommand(const std::string& what, int arg) {
     std::vector<Item> items;
     std::string error;
     if (what == "services") {
-        if (!readList(&IDABPlayer::requestServiceCompList,
+        if (!readList([](IDABPlayer& p) { return p.requestServiceCompList(); },
                       DAB_SERVER_NOTIFY_SERVICE_COMP_LIST_COUNT_UPDATE,
                       DAB_SERVER_NOTIFY_SERVICE_COMP_LIST_ITEM_UPDATE,
                       &IDABPlayer::getServiceListItem, &items, &error)) {
@@ -198,14 +209,56 @@ DeskCommands::Result DeskCommands::listCommand(const std::string& what) {
         mServiceListCount = static_cast<int>(items.size());
         return {0, listText("Services", items), false};
     }
-    if (!readList(&IDABPlayer::requestEnsembleList, DAB_SERVER_NOTIFY_ENSEMBLE_LIST_COUNT_UPDATE,
-                  DAB_SERVER_NOTIFY_ENSEMBLE_LIST_ITEM_UPDATE, &IDABPlayer::getEnsembleListItem,
-                  &items, &error)) {
-        return {-1, "list ensembles: " + error, false};
+    if (what == "ensembles") {
+        if (!readList([](IDABPlayer& p) { return p.requestEnsembleList(); },
+                      DAB_SERVER_NOTIFY_ENSEMBLE_LIST_COUNT_UPDATE,
+                      DAB_SERVER_NOTIFY_ENSEMBLE_LIST_ITEM_UPDATE, &IDABPlayer::getEnsembleListItem,
+                      &items, &error)) {
+            return {-1, "list ensembles: " + error, false};
+        }
+        // Another list replaced the cached service list.
+        mServiceListCount = 0;
+        return {0, listText("Ensembles", items), false};
     }
-    // Another list replaced the cached service list.
-    mServiceListCount = 0;
-    return {0, listText("Ensembles", items), false};
+    if (what == "components") {
+        if (!readList([arg](IDABPlayer& p) { return p.requestEnsembleSecondList(arg); },
+                      DAB_SERVER_NOTIFY_ENSEMBLE_COMP_LIST_COUNT_UPDATE,
+                      DAB_SERVER_NOTIFY_ENSEMBLE_COMP_LIST_ITEM_UPDATE,
+                      &IDABPlayer::getEnsembleCompListItem, &items, &error)) {
+            return {-1, "list components: " + error, false};
+        }
+        mServiceListCount = 0;
+        return {0, listText("Components of the ensemble", items), false};
+    }
+    // The PTY lists: news and information, popular, classics, others.
+    struct Pty {
+        const char* name;
+        int index;
+        int countId;
+        int itemId;
+        ListItemGetter getter;
+    };
+    static const Pty kPty[] = {
+            {"news", 0, DAB_SERVER_NOTIFY_PTY_NEWSINFO_LIST_COUNT_UPDATE,
+             DAB_SERVER_NOTIFY_PTY_NEWSINFO_LIST_ITEM_UPDATE, &IDABPlayer::getPtyNewsinfoListItem},
+            {"popular", 1, DAB_SERVER_NOTIFY_PTY_POPULAR_LIST_COUNT_UPDATE,
+             DAB_SERVER_NOTIFY_PTY_POPULAR_LIST_ITEM_UPDATE, &IDABPlayer::getPtyPopularListItem},
+            {"classics", 2, DAB_SERVER_NOTIFY_PTY_CLASSICS_LIST_COUNT_UPDATE,
+             DAB_SERVER_NOTIFY_PTY_CLASSICS_LIST_ITEM_UPDATE, &IDABPlayer::getPtyClassicsListItem},
+            {"others", 3, DAB_SERVER_NOTIFY_PTY_OTHERS_LIST_COUNT_UPDATE,
+             DAB_SERVER_NOTIFY_PTY_OTHERS_LIST_ITEM_UPDATE, &IDABPlayer::getPtyOthersListItem},
+    };
+    for (const Pty& pty : kPty) {
+        if (what != pty.name) continue;
+        const int index = pty.index;
+        if (!readList([index](IDABPlayer& p) { return p.requestPTYSecondList(index); }, pty.countId,
+                      pty.itemId, pty.getter, &items, &error)) {
+            return {-1, std::string("list pty ") + pty.name + ": " + error, false};
+        }
+        mServiceListCount = 0;
+        return {0, listText((std::string("PTY ") + pty.name).c_str(), items), false};
+    }
+    return usageOf("list services|ensembles|components N|pty news|popular|classics|others");
 }
 
 DeskCommands::Result DeskCommands::searchCommand(const std::string& letterText) {

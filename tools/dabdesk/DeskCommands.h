@@ -5,6 +5,7 @@
 
 #include <dabplayer/IDABPlayer.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -38,9 +39,10 @@ private:
     using ListItemGetter = int (android::IDABPlayer::*)(int, char*, int*);
 
     // Requests a list and reads it; *items gets every entry. False with *error on failure.
-    bool readList(int (android::IDABPlayer::*request)(), int countId, int itemId,
-                  ListItemGetter getter, std::vector<Item>* items, std::string* error);
-    Result listCommand(const std::string& what);
+    bool readList(const std::function<int(android::IDABPlayer&)>& request, int countId,
+                  int itemId, ListItemGetter getter, std::vector<Item>* items, std::string* error);
+    // what: "services", "ensembles", "components" (arg: position from 0), or a PTY list name.
+    Result listCommand(const std::string& what, int arg = 0);
     Result searchCommand(const std::string& letter);
     Result timeShiftCommand(const std::vector<std::string>& words);
     static std::string listText(const char* title, const std::vector<Item>& items);

@@ -17,11 +17,33 @@ namespace {
 constexpr size_t kRecentShown = 4;
 constexpr const char kNotifyPrefix[] = "DAB_SERVER_NOTIFY_";
 
-// Number of characters (not bytes) of UTF-8 text.
+// The code point of the UTF-8 sequence at text[i] and its length in bytes (1 for a bad byte).
+uint32_t decode(const std::string& text, size_t i, size_t* len) {
+    const unsigned char c = static_cast<unsigned char>(text[i]);
+    size_t n = c >= 0xF0 ? 4 : c >= 0xE0 ? 3 : c >= 0xC0 ? 2 : 1;
+    if (i + n > text.size()) n = 1;
+    uint32_t cp = n == 1 ? c : n == 2 ? (c & 0x1F) : n == 3 ? (c & 0x0F) : (c & 0x07);
+    for (size_t k = 1; k < n; ++k) cp = (cp << 6) | (static_cast<unsigned char>(text[i + k]) & 0x3F);
+    *len = n;
+    return cp;
+}
+
+// Terminal columns of one character: East Asian wide and fullwidth characters take two.
+int charColumns(uint32_t cp) {
+    const bool wide = (cp >= 0x1100 && cp <= 0x115F) || (cp >= 0x2E80 && cp <= 0xA4CF && cp != 0x303F) ||
+                      (cp >= 0xAC00 && cp <= 0xD7A3) || (cp >= 0xF900 && cp <= 0xFAFF) ||
+                      (cp >= 0xFE30 && cp <= 0xFE4F) || (cp >= 0xFF00 && cp <= 0xFF60) ||
+                      (cp >= 0xFFE0 && cp <= 0xFFE6) || (cp >= 0x20000 && cp <= 0x3FFFD);
+    return wide ? 2 : 1;
+}
+
+// Terminal columns of UTF-8 text.
 size_t columns(const std::string& s) {
     size_t n = 0;
-    for (unsigned char c : s) {
-        if ((c & 0xC0) != 0x80) ++n;
+    for (size_t i = 0; i < s.size();) {
+        size_t len = 1;
+        n += static_cast<size_t>(charColumns(decode(s, i, &len)));
+        i += len;
     }
     return n;
 }
@@ -36,7 +58,13 @@ std::string timeOfDay() {
 }
 
 std::string valueOr(const RadioSnapshot::Value& v, const std::string& unit = "") {
-    return v.result == 0 ? std::to_string(v.value) + unit : "-";
+    return v.result == 0 ? std::to_string(v.value) + unit : "(refused)";
+}
+
+// A time the service has not had from the tuner yet is -1: said, not shown.
+std::string timeOr(const RadioSnapshot::Value& v) {
+    if (v.result != 0) return "(refused)";
+    return v.value < 0 ? "no data" : std::to_string(v.value) + " s";
 }
 
 std::string rule(const std::string& title, int width) {
@@ -64,16 +92,17 @@ bool isListEntry(const std::string& line) {
     return i > 0 && line.compare(i, 2, ". ") == 0;
 }
 
-// Lays a long result (a list) out in columns below its leading lines; what does not fit is
-// cut, with a last line saying so.
+// Lays a long result (a list) out in columns below its leading lines; a list longer than the
+// room is shown a page at a time (*page is clamped), with a last line saying which and how to
+// turn it.
 std::vector<std::string> flowIntoColumns(const std::vector<std::string>& result, int width,
-                                         int room) {
+                                         int room, int* page) {
     std::vector<std::string> out;
     size_t titles = 0;
     while (titles < result.size() && !isListEntry(result[titles])) ++titles;
     if (static_cast<int>(titles) >= room) titles = static_cast<size_t>(room > 1 ? room - 1 : 0);
     for (size_t i = 0; i < titles; ++i) out.push_back(result[i]);
-    const int rows = room - static_cast<int>(titles);
+    int rows = room - static_cast<int>(titles);
     if (rows <= 0) return out;
     const std::vector<std::string> items(result.begin() + static_cast<std::ptrdiff_t>(titles),
                                          result.end());
@@ -81,20 +110,30 @@ std::vector<std::string> flowIntoColumns(const std::vector<std::string>& result,
     for (const std::string& item : items) widest = std::max(widest, columns(item));
     const int columnWidth = static_cast<int>(widest) + 2;
     const int perLine = std::max(1, width / std::max(1, columnWidth));
-    const int capacity = rows * perLine;
-    const bool cut = static_cast<int>(items.size()) > capacity;
-    const int shown = cut ? capacity - 1 : static_cast<int>(items.size());
+    const int total = static_cast<int>(items.size());
+    const bool paged = total > rows * perLine;
+    if (paged && rows > 1) --rows;  // the last row tells the page
+    const int perPage = std::max(1, rows * perLine);
+    const int pages = std::max(1, (total + perPage - 1) / perPage);
+    *page = std::max(0, std::min(*page, pages - 1));
+    const int first = paged ? *page * perPage : 0;
+    const int shown = std::min(perPage, total - first);
     const int usedRows = std::min(rows, (shown + perLine - 1) / perLine);
     for (int row = 0; row < usedRows; ++row) {
         std::string line;
         for (int col = 0; col < perLine; ++col) {
             const int index = col * usedRows + row;
-            if (index < shown) line += DeskView::fit(items[static_cast<size_t>(index)], columnWidth);
+            if (index < shown) {
+                line += DeskView::fit(items[static_cast<size_t>(first + index)], columnWidth);
+            }
         }
         out.push_back(line);
     }
-    if (cut) {
-        out.back() += "... " + std::to_string(items.size() - static_cast<size_t>(shown)) + " more";
+    if (paged) {
+        out.push_back("page " + std::to_string(*page + 1) + " of " + std::to_string(pages) +
+                      " (entries " + std::to_string(first + 1) + "-" +
+                      std::to_string(first + shown) + " of " + std::to_string(total) +
+                      "): more, back");
     }
     return out;
 }
@@ -105,6 +144,7 @@ std::string timeShiftState(const RadioSnapshot::Value& v) {
         case 1: return "live";
         case 2: return "behind live";
         case 4: return "paused";
+        case 0: return "off";
         default: return "status " + std::to_string(v.value);
     }
 }
@@ -112,6 +152,14 @@ std::string timeShiftState(const RadioSnapshot::Value& v) {
 }  // namespace
 
 DeskView::DeskView() : mHaveRadio(false) {}
+
+const json* DeskView::dabSource() const {
+    if (!mHeadUnit.is_object() || !mHeadUnit.contains("sources")) return nullptr;
+    for (const json& s : mHeadUnit["sources"]) {
+        if (s.value("name", std::string()) == "dab") return &s;
+    }
+    return nullptr;
+}
 
 void DeskView::refreshRadio(android::IDABPlayer& player) {
     mRadio = RadioSnapshot::take(player);
@@ -144,16 +192,16 @@ std::string DeskView::fit(const std::string& text, int width) {
     size_t i = 0;
     while (i < text.size()) {
         size_t len = 1;
-        const unsigned char c = static_cast<unsigned char>(text[i]);
-        if (c >= 0xF0) len = 4; else if (c >= 0xE0) len = 3; else if (c >= 0xC0) len = 2;
-        if (used + 1 > width) break;
+        const uint32_t cp = decode(text, i, &len);
+        const int cols = charColumns(cp);
+        if (used + cols > width) break;
         // Control characters would move the cursor: shown as blanks.
-        if (c < 0x20 || c == 0x7F) {
+        if (cp < 0x20 || cp == 0x7F) {
             out += ' ';
         } else {
             out.append(text, i, len);
         }
-        ++used;
+        used += cols;
         i += len;
     }
     if (used < width) out.append(static_cast<size_t>(width - used), ' ');
@@ -163,7 +211,15 @@ std::string DeskView::fit(const std::string& text, int width) {
 std::vector<std::string> DeskView::render(int width, int height) const {
     std::vector<std::string> lines;
     const RadioSnapshot& r = mRadio;
-    std::string state = !mHaveRadio ? "connecting" : (r.active() ? "DAB source active" : "not active");
+    // Whether the source is active is the media manager's word: after its restart the service
+    // may still think itself active while the head unit has no active source.
+    std::string state;
+    const json* dab = dabSource();
+    if (dab != nullptr) {
+        state = dab->value("active", false) ? "DAB source active" : "DAB source inactive";
+    } else {
+        state = !mHaveRadio ? "connecting" : (r.active() ? "DAB source active" : "not active");
+    }
     if (mHaveRadio && r.logicMode.result == 0) {
         const char* name = RadioSnapshot::logicModeName(r.logicMode.value);
         state += std::string(", mode ") + (name[0] != '\0' ? name : std::to_string(r.logicMode.value).c_str());
@@ -184,7 +240,8 @@ std::vector<std::string> DeskView::render(int width, int height) const {
                           (r.freqResult == 0 ? r.freqText : std::string("-"));
     lines.push_back(twoColumns("Ensemble   " + RadioSnapshot::display(r.ensemble), channel, width));
     std::string comp = RadioSnapshot::display(r.component);
-    if (r.compNum.result == 0 && r.compTotal.result == 0) {
+    if (r.compNum.result == 0 && r.compTotal.result == 0 && r.compNum.value > 0 &&
+        r.compTotal.value > 0) {
         comp += " (" + std::to_string(r.compNum.value) + " of " + std::to_string(r.compTotal.value) + ")";
     }
     lines.push_back("Component  " + comp);
@@ -192,16 +249,18 @@ std::vector<std::string> DeskView::render(int width, int height) const {
     const int textWidth = width - 11;
     lines.push_back("Text       " + fit(text, textWidth));
     if (static_cast<int>(columns(text)) > textWidth) {
-        // The rest of a long text on a second line: cut by characters, as fit() counts them.
+        // The rest of a long text on a second line: cut where fit() cut it.
         std::string rest;
-        int skipped = 0;
-        for (size_t i = 0; i < text.size(); ++i) {
-            const unsigned char c = static_cast<unsigned char>(text[i]);
-            if ((c & 0xC0) != 0x80) ++skipped;
-            if (skipped > textWidth) {
+        int used = 0;
+        for (size_t i = 0; i < text.size();) {
+            size_t len = 1;
+            const int cols = charColumns(decode(text, i, &len));
+            if (used + cols > textWidth) {
                 rest = text.substr(i);
                 break;
             }
+            used += cols;
+            i += len;
         }
         lines.push_back("           " + rest);
     }
@@ -211,18 +270,18 @@ std::vector<std::string> DeskView::render(int width, int height) const {
     }
     std::string antenna = r.antStatus.result != 0 ? "-" : (r.antStatus.value == 1 ? "FAULT" : "good");
     lines.push_back("Signal     " + bars + " " + valueOr(r.signal) + "/7  " + valueOr(r.bitRate, " kbit/s") +
-                    "  PTY " + valueOr(r.ptyType) + "  antenna " + antenna + "  error " + valueOr(r.error));
+                    "  PTY " + valueOr(r.ptyType) + "  antenna " + antenna + "  error " +
+                    RadioSnapshot::errorText(r.error));
     lines.push_back("Time-shift " + timeShiftState(r.playbackStatus) + "  total " +
-                    valueOr(r.totalTime, " s") + "  cache " + valueOr(r.cacheTime, " s") + "  play " +
-                    valueOr(r.pauseTime, " s"));
+                    timeOr(r.totalTime) + "  cache " + timeOr(r.cacheTime) + "  play " +
+                    timeOr(r.pauseTime));
     for (int row = 0; row < 2; ++row) {
         std::string line = row == 0 ? "Presets " + std::to_string(r.presetBand) + "  " : "           ";
         for (int i = row * 3; i < row * 3 + 3; ++i) {
             const RadioSnapshot::Preset& p = r.presets[i];
             const bool current =
                     r.presetNum.result == 0 && r.presetNum.value == (r.presetBand - 1) * 6 + i;
-            std::string label = p.result == 0 ? (p.label.converted ? p.label.utf8 : "?")
-                                              : (p.result == 1 ? "(empty)" : "-");
+            const std::string label = RadioSnapshot::display(p);
             line += fit(std::string(current ? ">" : " ") + std::to_string(i + 1) + " " + label,
                         (width - 11) / 3);
         }
@@ -307,7 +366,7 @@ std::vector<std::string> DeskView::render(int width, int height) const {
         if (room <= 0) {
             body.clear();
         } else if (static_cast<int>(body.size()) > room) {
-            body = flowIntoColumns(body, width, room);
+            body = flowIntoColumns(body, width, room, &mResultPage);
         }
         result.resize(1);
         result.insert(result.end(), body.begin(), body.end());

@@ -29,7 +29,15 @@ public:
     void refreshHeadUnit();
     // The owner thread; non-blocking. The last notifications and the last command's answer.
     void setRecent(const std::vector<NotificationLog::Entry>& recent) { mRecent = recent; }
-    void setResult(const std::string& result) { mResult = result; }
+    void setResult(const std::string& result) {
+        mResult = result;
+        mResultPage = 0;
+    }
+    // The owner thread; non-blocking. Turns the pages of a result longer than the screen.
+    void nextResultPage() { ++mResultPage; }
+    void previousResultPage() {
+        if (mResultPage > 0) --mResultPage;
+    }
 
     // The owner thread; non-blocking. The radio as last read.
     const dabclient::RadioSnapshot& radio() const { return mRadio; }
@@ -41,17 +49,28 @@ public:
     // section takes what is left of height lines (height 0: no limit).
     std::vector<std::string> render(int width, int height) const;
 
-    // Fits UTF-8 text into exactly width columns (one column per character), cutting or
-    // padding with blanks.
+    // Fits UTF-8 text into exactly width columns (East Asian wide characters take two),
+    // cutting or padding with blanks.
     static std::string fit(const std::string& text, int width);
 
+    // Test side: the view model without a service or a simulator. Any thread; non-blocking.
+    void setRadio(const dabclient::RadioSnapshot& radio) {
+        mRadio = radio;
+        mHaveRadio = true;
+    }
+    void setHeadUnit(const nlohmann::json& headUnit) { mHeadUnit = headUnit; }
+
 private:
+    // The media manager's entry of the DAB source, null when the simulator gave none.
+    const nlohmann::json* dabSource() const;
+
     // All fields: the owner thread only.
     dabclient::RadioSnapshot mRadio;
     bool mHaveRadio;  // false until the first refreshRadio
     nlohmann::json mHeadUnit;
     std::vector<NotificationLog::Entry> mRecent;
     std::string mResult;
+    mutable int mResultPage = 0;  // render() clamps it to the pages there are
 };
 
 #endif  // DAB_TOOLS_DABDESK_DESKVIEW_H

@@ -156,6 +156,12 @@ int runTerminal(Terminal& terminal, DeskCommands& commands, const sp<IDABPlayer>
             terminal.readKeys(&lines, &eof);
             if (eof) return 0;
             for (const std::string& line : lines) {
+                // Paging stays in the view: the result on screen is not run again.
+                if (line == "more" || line == "back") {
+                    if (line == "more") view.nextResultPage();
+                    else view.previousResultPage();
+                    continue;
+                }
                 view.setResult("desk> " + line + "\n" + DeskCommands::helpText());
                 const DeskCommands::Result r = commands.run(line);
                 if (r.quit) return 0;
