@@ -18,7 +18,7 @@ DABPlayerService::DABPlayer::DABPlayer(const sp<DABPlayerService>& service, int 
       mClient(client),
       mPid(pid),
       mUid(uid),
-      mListenerBinder(client != nullptr ? IInterface::asBinder(client) : nullptr),
+      mListenerBinder(client != nullptr ? client->asBinder() : nullptr),
       mSent(0),
       mDropped(0) {
     DAB_LOGD(DAB_TAG_PLAYER, "DABPlayer construct");
@@ -46,7 +46,7 @@ void DABPlayerService::DABPlayer::summary(DABDumpClient* out) const {
 }
 
 void DABPlayerService::DABPlayer::setListenerBinder(const sp<IDABPlayerClient>& client) {
-    wp<IBinder> binder(client != nullptr ? IInterface::asBinder(client) : nullptr);
+    wp<IBinder> binder(client != nullptr ? client->asBinder() : nullptr);
     Mutex::Autolock lock(mSummaryLock);
     mListenerBinder = binder;
 }

@@ -69,6 +69,8 @@ BpRefBase::~BpRefBase() {}
 IInterface::IInterface() : RefBase() {}
 IInterface::~IInterface() {}
 
+sp<IBinder> IInterface::asBinder() { return onAsBinder(); }
+
 sp<IBinder> IInterface::asBinder(const IInterface* iface) {
     if (iface == nullptr) return nullptr;
     return const_cast<IInterface*>(iface)->onAsBinder();

@@ -8,6 +8,8 @@ namespace android {
 class IInterface : public virtual RefBase {
 public:
     IInterface();
+    // Any thread; non-blocking. The object's binder (the platform's API 17 form).
+    sp<IBinder> asBinder();
 #if !defined(DAB_DEVICE_API_LEVEL) || DAB_DEVICE_API_LEVEL >= 23
     // Android 6.0 and later, which the host layers use; the device's API 17 has none of it,
     // so the device-headers check of the service code hides it.
