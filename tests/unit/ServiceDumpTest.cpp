@@ -1,4 +1,5 @@
 // The service's state dump, in-process: every section in a known state, and the options.
+#include "Eventually.h"
 #include "ServiceFixture.h"
 
 #include <nlohmann/json.hpp>
@@ -69,13 +70,10 @@ protected:
     }
     // Waits until the worker holds a message of this type (any type when null).
     bool waitHeld(const char* type) {
-        const auto deadline = std::chrono::steady_clock::now() + 5s;
-        do {
+        return eventually([&] {
             const json held = dumpJson({"worker"})["worker"]["held"];
-            if (held.is_object() && (type == nullptr || held["type"] == type)) return true;
-            std::this_thread::sleep_for(5ms);
-        } while (std::chrono::steady_clock::now() < deadline);
-        return false;
+            return held.is_object() && (type == nullptr || held["type"] == type);
+        });
     }
 };
 
