@@ -350,9 +350,12 @@ std::string RadioSnapshot::text() const {
     std::string antenna = "-";
     if (antStatus.result == 0) antenna = antStatus.value == 1 ? "fault" : "good";
     row("Antenna / error", "antenna " + antenna + "  error " + errorText(error));
-    row("Time-shift", "status " + valueText(playbackStatus) + "  total " + valueText(totalTime, " s") +
-                              "  cache " + valueText(cacheTime, " s") + "  play " +
-                              valueText(pauseTime, " s"));
+    // Times the tuner has not given yet are -1: said, not shown.
+    auto seconds = [](const Value& v) {
+        return v.result == 0 && v.value < 0 ? std::string("no data") : valueText(v, " s");
+    };
+    row("Time-shift", "status " + valueText(playbackStatus) + "  total " + seconds(totalTime) +
+                              "  cache " + seconds(cacheTime) + "  play " + seconds(pauseTime));
     out << "Presets of band " << presetBand << ":\n";
     for (int i = 0; i < kPresetsPerBand; ++i) {
         const Preset& p = presets[i];
