@@ -8,6 +8,8 @@
 #include <nlohmann/json.hpp>
 
 #include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <map>
 #include <sstream>
@@ -270,4 +272,27 @@ TEST_F(HeadUnitProcessTest, ToolsShareOneCommandLineConvention) {
         EXPECT_EQ(1, r.status);
         EXPECT_EQ("dabctl: " + a.second + " is not running in " + dir() + "\n", r.err);
     }
+}
+
+TEST_F(HeadUnitProcessTest, EveryProcessRefusesARuntimeDirectoryOthersCouldEnterOrLinkTo) {
+    ASSERT_EQ(0, chmod(dir().c_str(), 0750));
+    const std::string refused = ": the binder runtime directory " + dir() +
+                                " is refused: other users have access to it (mode 0750, 0700 needed)\n";
+    EXPECT_EQ(1, waitExit(spawn("tools/headunit_sim/headunit_sim", {}, "sim"), 10s));
+    EXPECT_NE(std::string::npos, readFile("sim.err").find("headunit_sim" + refused)) << readFile("sim.err");
+    EXPECT_EQ(1, waitExit(spawn("dabplayer_service", {}, "service"), 10s));
+    EXPECT_NE(std::string::npos, readFile("service.err").find("dabplayer_service" + refused));
+    const Run op = dabctl({"getBand"});
+    EXPECT_EQ(1, op.status);
+    EXPECT_EQ("dabctl" + refused, op.err);
+    ASSERT_EQ(0, chmod(dir().c_str(), 0700));
+
+    const std::string link = dir() + "/link";
+    ASSERT_EQ(0, symlink(dir().c_str(), link.c_str()));
+    setenv("DAB_BINDER_DIR", link.c_str(), 1);
+    const Run linked = dabctl({"status"});
+    setenv("DAB_BINDER_DIR", dir().c_str(), 1);
+    EXPECT_EQ(1, linked.status);
+    EXPECT_EQ("dabctl: the binder runtime directory " + link + " is refused: it is a symbolic link\n",
+              linked.err);
 }
