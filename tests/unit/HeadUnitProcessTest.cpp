@@ -174,6 +174,20 @@ TEST_F(HeadUnitProcessTest, KilledMediaManagerProcessMakesTheSourcesReconnectToT
             5s));
 }
 
+TEST_F(HeadUnitProcessTest, WatcherLeavesWithStatusOneWithinASecondOfTheServiceDeath) {
+    startHeadUnit();
+    const int clients = countOf(readFile("service.err"), "DABPlayer construct");
+    const pid_t watcher = spawn("tools/dabctl/dabctl", {"watch"}, "watch");
+    ASSERT_TRUE(waitUntil(
+            [&] { return countOf(readFile("service.err"), "DABPlayer construct") > clients; }, 10s));
+    kill(servicePid(), SIGKILL);
+    const auto killed = std::chrono::steady_clock::now();
+    EXPECT_EQ(1, waitExit(watcher, 5s));
+    // One second is the promise; the margin is for a loaded machine.
+    EXPECT_LT(std::chrono::steady_clock::now() - killed, 1500ms);
+    EXPECT_NE(std::string::npos, readFile("watch.err").find("dabctl: the DAB player service went away\n"));
+}
+
 TEST_F(HeadUnitProcessTest, SuspendResumeAndAntennaFaultReachTheHeadUnit) {
     startHeadUnit();
     ASSERT_EQ(0, dabctl({"hu", "suspend"}).status);
