@@ -174,6 +174,22 @@ TEST_F(HeadUnitProcessTest, KilledMediaManagerProcessMakesTheSourcesReconnectToT
             5s));
 }
 
+TEST_F(HeadUnitProcessTest, ClientsListeningToThemselvesAreFreedWhenTheirProcessGoes) {
+    startHeadUnit();
+    const auto registered = [this] {
+        const std::string log = readFile("service.err");
+        return countOf(log, "DABPlayer construct") - countOf(log, "DABPlayer destruct");
+    };
+    const std::string peer = "tools/binder_test_peer/binder_test_peer";
+    EXPECT_EQ(0, waitExit(spawn(peer, {"self-listeners", "20"}, "leaving"), 10s));
+    const pid_t held = spawn(peer, {"self-listeners", "20", "hold"}, "held");
+    ASSERT_TRUE(waitUntil([this] { return readFile("held.out") == "ready\n"; }, 10s));
+    kill(held, SIGKILL);
+    EXPECT_EQ(-SIGKILL, waitExit(held, 5s));
+    EXPECT_TRUE(waitUntil([&] { return registered() == 0; }, 10s))
+            << registered() << " client objects left";
+}
+
 TEST_F(HeadUnitProcessTest, WatcherLeavesWithStatusOneWithinASecondOfTheServiceDeath) {
     startHeadUnit();
     const int clients = countOf(readFile("service.err"), "DABPlayer construct");

@@ -5,9 +5,14 @@
 //   binder_test_peer client NAME
 //       gets NAME, registers a TestNode of its own as callback, keeps an object it asked the
 //       service to create, then serves for ever; exits with status 4 when the service dies.
+//   binder_test_peer self-listeners COUNT [hold]
+//       creates COUNT clients of "DABPlayer", each with a callback, and makes each client
+//       object its own listener; then exits, or with hold prints "ready" and serves for ever.
 //
 // Exit statuses: 2 usage, 4 the service died, 5 the service was not found.
 #include "BinderTestNode.h"
+
+#include <dabplayer/IDABPlayerService.h>
 
 #include <binder/IPCThreadState.h>
 #include <binder/IServiceManager.h>
@@ -16,8 +21,10 @@
 #include <signal.h>
 #include <sys/prctl.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 using namespace android;
 using binder_test::TestNode;
@@ -29,9 +36,37 @@ public:
     void binderDied(const wp<IBinder>&) override { _exit(4); }
 };
 
+class IgnoringClient : public BnDABPlayerClient {
+public:
+    void notify(int, int, int, const Parcel*) override {}
+};
+
 int usage() {
-    fprintf(stderr, "usage: binder_test_peer service NAME [MAX_POOL_THREADS] | client NAME\n");
+    fprintf(stderr, "usage: binder_test_peer service NAME [MAX_POOL_THREADS] | client NAME | "
+                    "self-listeners COUNT [hold]\n");
     return 2;
+}
+
+int selfListeners(int count, bool hold) {
+    sp<IDABPlayerService> service =
+            interface_cast<IDABPlayerService>(defaultServiceManager()->getService(String16("DABPlayer")));
+    if (service == nullptr) return 5;
+    ProcessState::self()->startThreadPool();
+    std::vector<sp<IDABPlayer>> players;
+    for (int i = 0; i < count; ++i) {
+        sp<IDABPlayer> player = service->createClient(static_cast<int>(getpid()), new IgnoringClient());
+        if (player == nullptr) return 4;
+        // The client object's own binder, handed back as a callback.
+        if (player->setClientListener(interface_cast<IDABPlayerClient>(IInterface::asBinder(player))) != 0) {
+            return 4;
+        }
+        players.push_back(player);
+    }
+    if (!hold) return 0;
+    printf("ready\n");
+    fflush(stdout);
+    IPCThreadState::self()->joinThreadPool(true);
+    return 0;
 }
 
 }  // namespace
@@ -40,6 +75,9 @@ int main(int argc, char** argv) {
     // Never outlive the test that started this process.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (argc < 3) return usage();
+    if (strcmp(argv[1], "self-listeners") == 0) {
+        return selfListeners(atoi(argv[2]), argc > 3 && strcmp(argv[3], "hold") == 0);
+    }
     const String16 name(argv[2]);
     if (strcmp(argv[1], "service") == 0) {
         if (argc > 3) ProcessState::self()->setThreadPoolMaxThreadCount(static_cast<size_t>(atoi(argv[3])));

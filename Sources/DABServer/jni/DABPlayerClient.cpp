@@ -9,7 +9,11 @@ using namespace android;
 
 DABPlayerService::DABPlayer::DABPlayer(const sp<DABPlayerService>& service, int pid,
                                        const sp<IDABPlayerClient>& client, int uid)
-    : mService(service), mClient(client), mPid(pid), mUid(uid) {
+    : mService(service),
+      mClient(client),
+      mPid(pid),
+      mUid(uid),
+      mDeathNotice(new ApplicationDeath(wp<DABPlayer>(this))) {
     DAB_LOGD(DAB_TAG_PLAYER, "DABPlayer construct");
 }
 
@@ -17,6 +21,43 @@ DABPlayerService::DABPlayer::~DABPlayer() {
     DAB_LOGD(DAB_TAG_PLAYER, "DABPlayer destruct");
     disconnect();
     if (mService != nullptr) mService->removeClient(wp<DABPlayer>(this));
+    sp<IBinder> application;
+    {
+        Mutex::Autolock lock(mLock);
+        application = mApplication;
+        mApplication.clear();
+    }
+    if (application != nullptr) application->unlinkToDeath(mDeathNotice);
+}
+
+void DABPlayerService::DABPlayer::watchApplication(const sp<IDABPlayerClient>& client) {
+    sp<IBinder> binder = IInterface::asBinder(client);
+    // Only another process can go away under this object.
+    if (binder == nullptr || binder->remoteBinder() == nullptr) return;
+    {
+        Mutex::Autolock lock(mLock);
+        if (mApplication != nullptr) return;
+        mApplication = binder;
+    }
+    // Outside the lock: a process already gone is told at once, on this thread.
+    binder->linkToDeath(mDeathNotice);
+}
+
+void DABPlayerService::DABPlayer::ApplicationDeath::binderDied(const wp<IBinder>&) {
+    // The caller's reference keeps the object alive until this returns; dropping it may run
+    // the destructor here, with no lock held.
+    sp<DABPlayer> player = mPlayer.promote();
+    if (player != nullptr) player->applicationDied();
+}
+
+void DABPlayerService::DABPlayer::applicationDied() {
+    sp<IDABPlayerClient> listener;
+    {
+        Mutex::Autolock lock(mLock);
+        listener = mClient;
+        mClient.clear();
+    }
+    // Released outside the lock: it may hold the last reference to another client object.
 }
 
 void DABPlayerService::DABPlayer::disconnect() {
@@ -46,6 +87,7 @@ int DABPlayerService::DABPlayer::setClientListener(const sp<IDABPlayerClient>& c
                            0, nullptr);
         }
     }
+    watchApplication(client);
     return 0;
 }
 
