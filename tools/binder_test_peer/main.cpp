@@ -8,17 +8,23 @@
 //   binder_test_peer self-listeners COUNT [hold]
 //       creates COUNT clients of "DABPlayer", each with a callback, and makes each client
 //       object its own listener; then exits, or with hold prints "ready" and serves for ever.
+//   binder_test_peer reconnect COUNT
+//       COUNT times: connects to "DABPlayer", creates a client, asks it for the band, and
+//       closes the connection again.
 //
 // Exit statuses: 2 usage, 4 the service died, 5 the service was not found.
 #include "BinderTestNode.h"
 
 #include <dabplayer/IDABPlayerService.h>
 
+#include "BinderRuntime.h"
+
 #include <binder/IPCThreadState.h>
 #include <binder/IServiceManager.h>
 #include <binder/ProcessState.h>
 
 #include <signal.h>
+#include <unistd.h>
 #include <sys/prctl.h>
 
 #include <cstdio>
@@ -71,10 +77,28 @@ int selfListeners(int count, bool hold) {
 
 }  // namespace
 
+int reconnect(int count) {
+    ProcessState::self()->startThreadPool();
+    for (int i = 0; i < count; ++i) {
+        {
+            sp<IDABPlayerService> service = interface_cast<IDABPlayerService>(
+                    defaultServiceManager()->getService(String16("DABPlayer")));
+            if (service == nullptr) return 5;
+            sp<IDABPlayer> player = service->createClient(static_cast<int>(getpid()), new IgnoringClient());
+            int band = 0;
+            if (player == nullptr || player->getBand(&band) < -1) return 4;
+        }
+        BinderRuntime::closeAllConnections();
+        while (BinderRuntime::connectionCount() != 0) usleep(1000);
+    }
+    return 0;
+}
+
 int main(int argc, char** argv) {
     // Never outlive the test that started this process.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (argc < 3) return usage();
+    if (strcmp(argv[1], "reconnect") == 0) return reconnect(atoi(argv[2]));
     if (strcmp(argv[1], "self-listeners") == 0) {
         return selfListeners(atoi(argv[2]), argc > 3 && strcmp(argv[3], "hold") == 0);
     }
