@@ -287,10 +287,11 @@ TEST_F(FaultInjectionTest, HealthyClientsMissNothingAndTheServiceEndsWhereItStar
     RecordProperty("reregistered_ms",
                    static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(reRegistered).count()));
     printf("fault injection: %d signal changes sent in %lld ms, all delivered after %lld ms; "
-           "sources registered %lld ms after the simulator was back; service %s\n",
+           "sources registered %lld ms after the simulator was back; service at start %s, "
+           "at the end %s\n",
            kSignalChanges,
            static_cast<long long>(std::chrono::duration_cast<std::chrono::milliseconds>(floodTime).count()),
            static_cast<long long>(std::chrono::duration_cast<std::chrono::milliseconds>(deliveredTime).count()),
            static_cast<long long>(std::chrono::duration_cast<std::chrono::milliseconds>(reRegistered).count()),
-           describe(end).c_str());
+           describe(start).c_str(), describe(end).c_str());
 }
