@@ -182,6 +182,7 @@ TEST_F(HeadUnitProcessTest, ClientsListeningToThemselvesAreFreedWhenTheirProcess
     };
     const std::string peer = "tools/binder_test_peer/binder_test_peer";
     EXPECT_EQ(0, waitExit(spawn(peer, {"self-listeners", "20"}, "leaving"), 10s));
+    EXPECT_EQ(0, waitExit(spawn(peer, {"self-listeners", "20", "bare"}, "bare"), 10s));
     const pid_t held = spawn(peer, {"self-listeners", "20", "hold"}, "held");
     ASSERT_TRUE(waitUntil([this] { return readFile("held.out") == "ready\n"; }, 10s));
     kill(held, SIGKILL);

@@ -5,9 +5,10 @@
 //   binder_test_peer client NAME
 //       gets NAME, registers a TestNode of its own as callback, keeps an object it asked the
 //       service to create, then serves for ever; exits with status 4 when the service dies.
-//   binder_test_peer self-listeners COUNT [hold]
-//       creates COUNT clients of "DABPlayer", each with a callback, and makes each client
-//       object its own listener; then exits, or with hold prints "ready" and serves for ever.
+//   binder_test_peer self-listeners COUNT [hold|bare]
+//       creates COUNT clients of "DABPlayer", each with a callback (none with bare), and makes
+//       each client object its own listener; then exits, or with hold prints "ready" and
+//       serves for ever.
 //   binder_test_peer reconnect COUNT
 //       COUNT times: connects to "DABPlayer", creates a client, asks it for the band, and
 //       closes the connection again.
@@ -53,14 +54,16 @@ int usage() {
     return 2;
 }
 
-int selfListeners(int count, bool hold) {
+int selfListeners(int count, bool hold, bool bare) {
     sp<IDABPlayerService> service =
             interface_cast<IDABPlayerService>(defaultServiceManager()->getService(String16("DABPlayer")));
     if (service == nullptr) return 5;
     ProcessState::self()->startThreadPool();
     std::vector<sp<IDABPlayer>> players;
     for (int i = 0; i < count; ++i) {
-        sp<IDABPlayer> player = service->createClient(static_cast<int>(getpid()), new IgnoringClient());
+        sp<IDABPlayerClient> callback;
+        if (!bare) callback = new IgnoringClient();
+        sp<IDABPlayer> player = service->createClient(static_cast<int>(getpid()), callback);
         if (player == nullptr) return 4;
         // The client object's own binder, handed back as a callback.
         if (player->setClientListener(interface_cast<IDABPlayerClient>(IInterface::asBinder(player))) != 0) {
@@ -100,7 +103,8 @@ int main(int argc, char** argv) {
     if (argc < 3) return usage();
     if (strcmp(argv[1], "reconnect") == 0) return reconnect(atoi(argv[2]));
     if (strcmp(argv[1], "self-listeners") == 0) {
-        return selfListeners(atoi(argv[2]), argc > 3 && strcmp(argv[3], "hold") == 0);
+        const char* mode = argc > 3 ? argv[3] : "";
+        return selfListeners(atoi(argv[2]), strcmp(mode, "hold") == 0, strcmp(mode, "bare") == 0);
     }
     const String16 name(argv[2]);
     if (strcmp(argv[1], "service") == 0) {

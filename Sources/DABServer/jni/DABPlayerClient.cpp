@@ -75,19 +75,28 @@ void DABPlayerService::DABPlayer::notify(int msg, int ext1, int ext2, const Parc
 }
 
 int DABPlayerService::DABPlayer::setClientListener(const sp<IDABPlayerClient>& client) {
+    // An object of this process that is no callback (an application handing back its own
+    // IDABPlayer, say) refuses every notification unread; held, it could only tie client
+    // objects into a reference cycle that outlives the application.
+    sp<IDABPlayerClient> listener = client;
+    const sp<IBinder> binder = IInterface::asBinder(client);
+    if (binder != nullptr && binder->localBinder() != nullptr &&
+        binder->queryLocalInterface(IDABPlayerClient::descriptor) == nullptr) {
+        listener.clear();
+    }
     sp<IDABPlayerClient> previous;
     {
         Mutex::Autolock lock(mLock);
         previous = mClient;
-        mClient = client;
+        mClient = listener;
         // A listener set while the source-on delay runs learns the busy state at once.
         if (mService != nullptr &&
-            mService->isInSourceOnDelay == DAB_SERVER_IS_IN_PRESET_UPDOWN && client != nullptr) {
-            client->notify(DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE, DAB_SERVER_LOGIC_MODE_PRESET_BUSY,
-                           0, nullptr);
+            mService->isInSourceOnDelay == DAB_SERVER_IS_IN_PRESET_UPDOWN && listener != nullptr) {
+            listener->notify(DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE, DAB_SERVER_LOGIC_MODE_PRESET_BUSY,
+                             0, nullptr);
         }
     }
-    watchApplication(client);
+    watchApplication(listener);
     return 0;
 }
 
