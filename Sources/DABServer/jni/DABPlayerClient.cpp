@@ -7,6 +7,24 @@
 
 using namespace android;
 
+namespace {
+
+// The binder object behind an interface. The device's API 17 offers it as a member, later
+// platforms (the host's binder among them) as a static function: whichever exists is used.
+template <typename T>
+auto binderOf(const sp<T>& iface, int) -> decltype(iface->asBinder()) {
+    return iface->asBinder();
+}
+template <typename T>
+sp<IBinder> binderOf(const sp<T>& iface, long) {
+    return T::asBinder(iface);
+}
+sp<IBinder> binderOf(const sp<IDABPlayerClient>& client) {
+    return client != nullptr ? sp<IBinder>(binderOf(client, 0)) : nullptr;
+}
+
+}  // namespace
+
 DABPlayerService::DABPlayer::DABPlayer(const sp<DABPlayerService>& service, int pid,
                                        const sp<IDABPlayerClient>& client, int uid)
     : mService(service),
@@ -31,7 +49,7 @@ DABPlayerService::DABPlayer::~DABPlayer() {
 }
 
 void DABPlayerService::DABPlayer::watchApplication(const sp<IDABPlayerClient>& client) {
-    sp<IBinder> binder = IInterface::asBinder(client);
+    sp<IBinder> binder = binderOf(client);
     // Only another process can go away under this object.
     if (binder == nullptr || binder->remoteBinder() == nullptr) return;
     {
@@ -79,7 +97,7 @@ int DABPlayerService::DABPlayer::setClientListener(const sp<IDABPlayerClient>& c
     // IDABPlayer, say) refuses every notification unread; held, it could only tie client
     // objects into a reference cycle that outlives the application.
     sp<IDABPlayerClient> listener = client;
-    const sp<IBinder> binder = IInterface::asBinder(client);
+    const sp<IBinder> binder = binderOf(client);
     if (binder != nullptr && binder->localBinder() != nullptr &&
         binder->queryLocalInterface(IDABPlayerClient::descriptor) == nullptr) {
         listener.clear();

@@ -13,6 +13,10 @@ public:
     // so the device-headers check of the service code hides it.
     static sp<IBinder> asBinder(const IInterface* iface);
     static sp<IBinder> asBinder(const sp<IInterface>& iface);
+#else
+    // API 17 spells it as members (declared for the device-headers check only).
+    sp<IBinder> asBinder();
+    sp<const IBinder> asBinder() const;
 #endif
 
 protected:
