@@ -41,7 +41,9 @@ constexpr int kKilledFrom = 13;
 constexpr int kSignalChanges = 3000;
 constexpr int kSignalLevelChange = 4;     // notify id of a signal level change
 constexpr int kPrimerLevel = 7;           // never part of the pattern
-constexpr size_t kMaxPoolThreads = 15;    // the service's binder pool may grow to this
+// Threads named as the service's binder pool: the pool itself, which may grow to 15, and the
+// list worker, started from a pool thread at activation and named after it.
+constexpr size_t kMaxPoolNamedThreads = 15 + 1;
 
 // The levels sent: consecutive values always differ, and none equals the primer.
 int patternLevel(int i) { return 1 + i % 6; }
@@ -54,11 +56,12 @@ struct ProcessCounts {
         return fds == o.fds && poolThreads == o.poolThreads && otherThreads == o.otherThreads;
     }
     // Nothing more than in the other, the binder pool aside: it grows on demand up to its
-    // maximum and stays. Threads started by pool threads carry the pool's name until they
-    // end (the sources' reconnection threads), so the pool's count is bounded as well.
+    // maximum and stays. Threads started by pool threads carry the pool's name (the list
+    // worker for good, the sources' reconnection threads until they end), so that count is
+    // bounded instead.
     bool noMoreThan(const ProcessCounts& o) const {
         return fds <= o.fds && otherThreads <= o.otherThreads &&
-               static_cast<size_t>(poolThreads) <= kMaxPoolThreads;
+               static_cast<size_t>(poolThreads) <= kMaxPoolNamedThreads;
     }
 };
 
