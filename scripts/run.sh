@@ -109,7 +109,8 @@ refuse() {
 }
 # The lock lives as long as this script and the processes it starts; nothing of another
 # instance is touched before it is held.
-mkdir -p "$DAB_BINDER_DIR"
+# Private to this user: every process refuses a runtime directory others could enter.
+mkdir -p -m 700 "$DAB_BINDER_DIR"
 exec 9>>"$DAB_BINDER_DIR/run.lock"
 flock -n 9 || refuse
 if [ "$PRIVATE_DIR" = 0 ]; then

@@ -8,6 +8,8 @@
 #include <nlohmann/json.hpp>
 
 #include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <map>
 #include <sstream>
@@ -172,6 +174,37 @@ TEST_F(HeadUnitProcessTest, KilledMediaManagerProcessMakesTheSourcesReconnectToT
             5s));
 }
 
+TEST_F(HeadUnitProcessTest, ClientsListeningToThemselvesAreFreedWhenTheirProcessGoes) {
+    startHeadUnit();
+    const auto registered = [this] {
+        const std::string log = readFile("service.err");
+        return countOf(log, "DABPlayer construct") - countOf(log, "DABPlayer destruct");
+    };
+    const std::string peer = "tools/binder_test_peer/binder_test_peer";
+    EXPECT_EQ(0, waitExit(spawn(peer, {"self-listeners", "20"}, "leaving"), 10s));
+    EXPECT_EQ(0, waitExit(spawn(peer, {"self-listeners", "20", "bare"}, "bare"), 10s));
+    const pid_t held = spawn(peer, {"self-listeners", "20", "hold"}, "held");
+    ASSERT_TRUE(waitUntil([this] { return readFile("held.out") == "ready\n"; }, 10s));
+    kill(held, SIGKILL);
+    EXPECT_EQ(-SIGKILL, waitExit(held, 5s));
+    EXPECT_TRUE(waitUntil([&] { return registered() == 0; }, 10s))
+            << registered() << " client objects left";
+}
+
+TEST_F(HeadUnitProcessTest, WatcherLeavesWithStatusOneWithinASecondOfTheServiceDeath) {
+    startHeadUnit();
+    const int clients = countOf(readFile("service.err"), "DABPlayer construct");
+    const pid_t watcher = spawn("tools/dabctl/dabctl", {"watch"}, "watch");
+    ASSERT_TRUE(waitUntil(
+            [&] { return countOf(readFile("service.err"), "DABPlayer construct") > clients; }, 10s));
+    kill(servicePid(), SIGKILL);
+    const auto killed = std::chrono::steady_clock::now();
+    EXPECT_EQ(1, waitExit(watcher, 5s));
+    // One second is the promise; the margin is for a loaded machine.
+    EXPECT_LT(std::chrono::steady_clock::now() - killed, 1500ms);
+    EXPECT_NE(std::string::npos, readFile("watch.err").find("dabctl: the DAB player service went away\n"));
+}
+
 TEST_F(HeadUnitProcessTest, SuspendResumeAndAntennaFaultReachTheHeadUnit) {
     startHeadUnit();
     ASSERT_EQ(0, dabctl({"hu", "suspend"}).status);
@@ -270,4 +303,27 @@ TEST_F(HeadUnitProcessTest, ToolsShareOneCommandLineConvention) {
         EXPECT_EQ(1, r.status);
         EXPECT_EQ("dabctl: " + a.second + " is not running in " + dir() + "\n", r.err);
     }
+}
+
+TEST_F(HeadUnitProcessTest, EveryProcessRefusesARuntimeDirectoryOthersCouldEnterOrLinkTo) {
+    ASSERT_EQ(0, chmod(dir().c_str(), 0750));
+    const std::string refused = ": the binder runtime directory " + dir() +
+                                " is refused: other users have access to it (mode 0750, 0700 needed)\n";
+    EXPECT_EQ(1, waitExit(spawn("tools/headunit_sim/headunit_sim", {}, "sim"), 10s));
+    EXPECT_NE(std::string::npos, readFile("sim.err").find("headunit_sim" + refused)) << readFile("sim.err");
+    EXPECT_EQ(1, waitExit(spawn("dabplayer_service", {}, "service"), 10s));
+    EXPECT_NE(std::string::npos, readFile("service.err").find("dabplayer_service" + refused));
+    const Run op = dabctl({"getBand"});
+    EXPECT_EQ(1, op.status);
+    EXPECT_EQ("dabctl" + refused, op.err);
+    ASSERT_EQ(0, chmod(dir().c_str(), 0700));
+
+    const std::string link = dir() + "/link";
+    ASSERT_EQ(0, symlink(dir().c_str(), link.c_str()));
+    setenv("DAB_BINDER_DIR", link.c_str(), 1);
+    const Run linked = dabctl({"status"});
+    setenv("DAB_BINDER_DIR", dir().c_str(), 1);
+    EXPECT_EQ(1, linked.status);
+    EXPECT_EQ("dabctl: the binder runtime directory " + link + " is refused: it is a symbolic link\n",
+              linked.err);
 }

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
+
 #include <string.h>
 
 #include <string>
@@ -139,6 +141,11 @@ TEST_F(QueriesTest, LibraryValuesAreWrittenAndStoredBeforeTheRangeTest) {
     mTuner->setGetter("getPchNum", 0);
     EXPECT_EQ(0, mService->getPresetNum(&v));
     EXPECT_EQ(-1, v);
+    // Library values at the ends of the int range wrap as 32-bit ints, never overflow.
+    mTuner->setGetter("getBand", INT_MIN);
+    mTuner->setGetter("getPchNum", INT_MIN);
+    EXPECT_EQ(0, mService->getPresetNum(&v));
+    EXPECT_EQ(2147483641, v);  // 7 x (INT_MIN - 1) modulo 2^32
 }
 
 TEST_F(QueriesTest, ChannelQueriesUseTheChannelTable) {

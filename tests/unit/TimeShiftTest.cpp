@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
+
 #include <string>
 #include <vector>
 
@@ -88,6 +90,16 @@ TEST_F(TimeShiftTest, SeekIsMeasuredAgainstTheLastKnownTotalTime) {
     EXPECT_EQ(-1, mService->timeSeek(11));
     EXPECT_EQ(0, mService->timeSeek(4));
     EXPECT_EQ(1, mTuner->countCommand("timeShiftMove(1,6)"));
+}
+
+TEST_F(TimeShiftTest, SeekWithTimesAtTheEndsOfTheIntRangeIsRefusedWithoutOverflow) {
+    activeService();
+    for (int total : {300, 0, -1}) {
+        peer().currentTotalTime() = total;
+        EXPECT_EQ(-1, mService->timeSeek(INT_MIN)) << total;
+        EXPECT_EQ(-1, mService->timeSeek(INT_MAX)) << total;
+    }
+    EXPECT_TRUE(timeShiftCommands().empty());
 }
 
 TEST_F(TimeShiftTest, QueriesDecodeStoreAndWriteBeforeTheRangeTest) {

@@ -7,6 +7,9 @@
 //   dabdesk            live view on a terminal; without one, commands are read line by line
 //                      from standard input and answered on standard output
 //   dabdesk --demo     a scripted tour that checks the radio's answers; exit 0 when all passed
+//   dabdesk --reconnect
+//                      when the service goes away, waits for it to come back instead of
+//                      leaving with status 1 (live view only)
 #include "DeskCommands.h"
 #include "DeskView.h"
 #include "DemoTour.h"
@@ -24,6 +27,7 @@
 #include <cstdio>
 #include <cstring>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <thread>
 
@@ -43,6 +47,9 @@ constexpr int kPollMs = 100;
 // Notifications applied per redraw; a longer gap is caught up with a dump.
 constexpr size_t kNotificationBatch = 256;
 constexpr const char kPrompt[] = "desk> ";
+constexpr auto kReconnectInterval = std::chrono::milliseconds(200);
+// Exit status when the service is not running or went away.
+constexpr int kExitLost = 1;
 
 int gSignalPipe[2] = {-1, -1};
 Terminal* gTerminal = nullptr;  // main thread sets it; the fatal-signal path only restores
@@ -61,7 +68,8 @@ void onResize(int) {
 }
 
 std::string usageText() {
-    return std::string("usage: dabdesk [--demo]\n\nCommands:\n") + DeskCommands::helpText();
+    return std::string("usage: dabdesk [--demo] [--reconnect]\n\nCommands:\n") +
+           DeskCommands::helpText();
 }
 
 sp<dabclient::PlayerConnection> connectWithin(std::chrono::seconds timeout) {
@@ -75,6 +83,25 @@ sp<dabclient::PlayerConnection> connectWithin(std::chrono::seconds timeout) {
     }
     fprintf(stderr, "dabdesk: %s\n", error.c_str());
     return nullptr;
+}
+
+// Connects again once the service is back; null when a stop signal came first.
+sp<dabclient::PlayerConnection> reconnectUntilStopped() {
+    fprintf(stderr, "dabdesk: waiting for the DAB player service to come back (Ctrl-C leaves)\n");
+    std::string error;
+    for (;;) {
+        sp<dabclient::PlayerConnection> c = new dabclient::PlayerConnection();
+        if (c->connect(&error) == dabclient::PlayerConnection::CONNECTED) return c;
+        struct pollfd fd = {gSignalPipe[0], POLLIN, 0};
+        const int waitMs = static_cast<int>(kReconnectInterval.count());
+        if (poll(&fd, 1, waitMs) > 0) {
+            char keys[16];
+            const ssize_t n = read(gSignalPipe[0], keys, sizeof(keys));
+            for (ssize_t i = 0; i < n; ++i) {
+                if (keys[i] == 's') return nullptr;
+            }
+        }
+    }
 }
 
 // Without a terminal: one command per line, each answer on standard output.
@@ -131,7 +158,7 @@ int runTerminal(Terminal& terminal, DeskCommands& commands, const sp<IDABPlayer>
         if (connection->serviceDied()) {
             terminal.restore();
             fprintf(stderr, "dabdesk: the DAB player service went away\n");
-            return 1;
+            return kExitLost;
         }
         if (redraw) {
             int width = 80;
@@ -178,7 +205,7 @@ int runTerminal(Terminal& terminal, DeskCommands& commands, const sp<IDABPlayer>
 int main(int argc, char** argv) {
     ToolArgs args("dabdesk");
     std::string error;
-    if (!args.parse(argc, argv, {{"--demo", nullptr}}, &error)) {
+    if (!args.parse(argc, argv, {{"--demo", nullptr}, {"--reconnect", nullptr}}, &error)) {
         return args.usageError(error, usageText());
     }
     if (args.help()) return ToolArgs::printHelp(usageText());
@@ -186,6 +213,7 @@ int main(int argc, char** argv) {
         return args.usageError("unexpected argument \"" + args.positional()[0] + "\"", usageText());
     }
     const bool demo = args.has("--demo");
+    const bool reconnect = args.has("--reconnect");
     if (pipe2(gSignalPipe, O_CLOEXEC | O_NONBLOCK) != 0) return 1;
     struct sigaction stop = {};
     stop.sa_handler = onStopSignal;
@@ -198,25 +226,46 @@ int main(int argc, char** argv) {
     sigaction(SIGWINCH, &resize, nullptr);
 
     sp<dabclient::PlayerConnection> connection = connectWithin(kConnectTimeout);
-    if (connection == nullptr) return 1;
+    if (connection == nullptr) return kExitLost;
     NotificationLog log;
     connection->sink()->setHandler([&log](const dabclient::Notification& n) { log.add(n); });
     sp<IDABPlayer> player = connection->player();
-    DeskCommands commands(player, &log);
+    auto commands = std::make_unique<DeskCommands>(player, &log);
 
     int code = 0;
     Terminal terminal;
-    if (demo) {
-        DemoTour tour(player, &log, &commands);
-        code = tour.run();
-    } else if (terminal.open()) {
-        gTerminal = &terminal;
-        code = runTerminal(terminal, commands, player, log, connection);
-        terminal.restore();
+    if (demo || !terminal.open()) {
+        // Nothing on this path waits for the service: its death ends the process at once.
+        connection->setOnDeath([] {
+            fprintf(stderr, "dabdesk: the DAB player service went away\n");
+            fflush(nullptr);
+            _exit(kExitLost);
+        });
+        if (demo) {
+            DemoTour tour(player, &log, commands.get());
+            code = tour.run();
+        } else {
+            code = runLines(*commands, player, log);
+        }
     } else {
-        code = runLines(commands, player, log);
+        gTerminal = &terminal;
+        for (;;) {
+            code = runTerminal(terminal, *commands, player, log, connection);
+            terminal.restore();
+            if (code != kExitLost || !reconnect) break;
+            connection->sink()->setHandler(nullptr);
+            connection = reconnectUntilStopped();
+            if (connection == nullptr) {
+                code = 0;
+                break;
+            }
+            connection->sink()->setHandler([&log](const dabclient::Notification& n) { log.add(n); });
+            player = connection->player();
+            commands = std::make_unique<DeskCommands>(player, &log);
+            if (!terminal.open()) break;
+        }
     }
-    connection->sink()->setHandler(nullptr);
+    if (connection != nullptr) connection->sink()->setHandler(nullptr);
     fflush(stdout);
     // Binder threads may still be running: leave without tearing down what they use.
     _exit(code);

@@ -20,7 +20,8 @@ DABPlayerService::DABPlayer::DABPlayer(const sp<DABPlayerService>& service, int 
       mUid(uid),
       mListenerBinder(client != nullptr ? client->asBinder() : nullptr),
       mSent(0),
-      mDropped(0) {
+      mDropped(0),
+      mDeathNotice(new ApplicationDeath(wp<DABPlayer>(this))) {
     DAB_LOGD(DAB_TAG_PLAYER, "DABPlayer construct");
 }
 
@@ -55,6 +56,44 @@ DABPlayerService::DABPlayer::~DABPlayer() {
     DAB_LOGD(DAB_TAG_PLAYER, "DABPlayer destruct");
     disconnect();
     if (mService != nullptr) mService->removeClient(wp<DABPlayer>(this));
+    sp<IBinder> application;
+    {
+        Mutex::Autolock lock(mLock);
+        application = mApplication;
+        mApplication.clear();
+    }
+    if (application != nullptr) application->unlinkToDeath(mDeathNotice);
+}
+
+void DABPlayerService::DABPlayer::watchApplication(const sp<IDABPlayerClient>& client) {
+    sp<IBinder> binder = client != nullptr ? client->asBinder() : nullptr;
+    // Only another process can go away under this object.
+    if (binder == nullptr || binder->remoteBinder() == nullptr) return;
+    {
+        Mutex::Autolock lock(mLock);
+        if (mApplication != nullptr) return;
+        mApplication = binder;
+    }
+    // Outside the lock: a process already gone is told at once, on this thread.
+    binder->linkToDeath(mDeathNotice);
+}
+
+void DABPlayerService::DABPlayer::ApplicationDeath::binderDied(const wp<IBinder>&) {
+    // The caller's reference keeps the object alive until this returns; dropping it may run
+    // the destructor here, with no lock held.
+    sp<DABPlayer> player = mPlayer.promote();
+    if (player != nullptr) player->applicationDied();
+}
+
+void DABPlayerService::DABPlayer::applicationDied() {
+    sp<IDABPlayerClient> listener;
+    {
+        Mutex::Autolock lock(mLock);
+        listener = mClient;
+        mClient.clear();
+        setListenerBinder(nullptr);
+    }
+    // Released outside the lock: it may hold the last reference to another client object.
 }
 
 void DABPlayerService::DABPlayer::disconnect() {
@@ -78,19 +117,29 @@ void DABPlayerService::DABPlayer::notify(int msg, int ext1, int ext2, const Parc
 }
 
 int DABPlayerService::DABPlayer::setClientListener(const sp<IDABPlayerClient>& client) {
+    // An object of this process that is no callback (an application handing back its own
+    // IDABPlayer, say) refuses every notification unread; held, it could only tie client
+    // objects into a reference cycle that outlives the application.
+    sp<IDABPlayerClient> listener = client;
+    const sp<IBinder> binder = client != nullptr ? client->asBinder() : nullptr;
+    if (binder != nullptr && binder->localBinder() != nullptr &&
+        binder->queryLocalInterface(IDABPlayerClient::descriptor) == nullptr) {
+        listener.clear();
+    }
     sp<IDABPlayerClient> previous;
     {
         Mutex::Autolock lock(mLock);
         previous = mClient;
-        mClient = client;
-        setListenerBinder(client);
+        mClient = listener;
+        setListenerBinder(listener);
         // A listener set while the source-on delay runs learns the busy state at once.
         if (mService != nullptr &&
-            mService->isInSourceOnDelay == DAB_SERVER_IS_IN_PRESET_UPDOWN && client != nullptr) {
-            client->notify(DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE, DAB_SERVER_LOGIC_MODE_PRESET_BUSY,
-                           0, nullptr);
+            mService->isInSourceOnDelay == DAB_SERVER_IS_IN_PRESET_UPDOWN && listener != nullptr) {
+            listener->notify(DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE, DAB_SERVER_LOGIC_MODE_PRESET_BUSY,
+                             0, nullptr);
         }
     }
+    watchApplication(listener);
     return 0;
 }
 

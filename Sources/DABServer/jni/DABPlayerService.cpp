@@ -109,6 +109,8 @@ sp<IDABPlayer> DABPlayerService::createClient(int pid, const sp<IDABPlayerClient
         Mutex::Autolock lock(mClientsLock);
         mClients.add(wp<DABPlayer>(c));
     }
+    // A client whose process goes must not be kept alive by a listener that holds it.
+    c->watchApplication(client);
     return c;
 }
 

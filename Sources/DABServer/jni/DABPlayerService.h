@@ -123,18 +123,34 @@ public:
         // Any thread; non-blocking: never takes mLock, so a client stuck in its callback
         // does not hold it up. What the service's dump shows of this client.
         void summary(DABDumpClient* out) const;
+        // Binder threads (createClient, setClientListener); blocks on mLock briefly. Watches
+        // the application's process through the first object of it that it hands over.
+        void watchApplication(const android::sp<android::IDABPlayerClient>& client);
 
     private:
         // Any thread; takes mSummaryLock briefly.
         void setListenerBinder(const android::sp<android::IDABPlayerClient>& client);
 
-    public:
-
     protected:
         ~DABPlayer() override;
 
     private:
-        android::Mutex mLock;                                  // guards mClient
+        // Tells its client object that the application's process is gone.
+        class ApplicationDeath : public android::IBinder::DeathRecipient {
+        public:
+            explicit ApplicationDeath(const android::wp<DABPlayer>& player) : mPlayer(player) {}
+            // Binder pool thread.
+            void binderDied(const android::wp<android::IBinder>& who) override;
+
+        private:
+            const android::wp<DABPlayer> mPlayer;  // immutable
+        };
+
+        // Binder pool thread; blocks on mLock. Drops the listener: a listener that holds this
+        // object (its own IDABPlayer, say) would otherwise keep it alive for ever.
+        void applicationDied();
+
+        android::Mutex mLock;                                  // guards mClient, mApplication
         const android::sp<DABPlayerService> mService;          // immutable
         android::sp<android::IDABPlayerClient> mClient;        // guarded by mLock
         const int mPid;                                        // immutable
@@ -145,6 +161,10 @@ public:
         android::wp<android::IBinder> mListenerBinder;         // guarded by mSummaryLock
         std::atomic<uint64_t> mSent;     // notifications handed to the callback
         std::atomic<uint64_t> mDropped;  // notifications that found no callback
+        // The application's object the death notice is linked on; held so that the link
+        // lasts while listeners change.
+        android::sp<android::IBinder> mApplication;            // guarded by mLock
+        const android::sp<ApplicationDeath> mDeathNotice;      // immutable
     };
 
     // Main thread at start-up; non-blocking. Initialises the tuner library.

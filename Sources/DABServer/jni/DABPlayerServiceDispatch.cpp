@@ -257,7 +257,7 @@ void DABPlayerService::handleBandChange(int value) {
     if (pch == 0) {
         forward(DAB_SERVER_NOTIFY_PRESET_NUM_CHANGE, -1);
     } else {
-        forward(DAB_SERVER_NOTIFY_PRESET_NUM_CHANGE, (mDabLib.getBand() - 1) * 6 + (pch - 1));
+        forward(DAB_SERVER_NOTIFY_PRESET_NUM_CHANGE, presetPosition(mDabLib.getBand(), pch));
     }
     if (isBusy(isInSwitchBand)) {
         forward(DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE, DAB_SERVER_LOGIC_MODE_PRESET_BUSY);
@@ -276,7 +276,7 @@ void DABPlayerService::handlePresetNumChange(int value) {
         forward(DAB_SERVER_NOTIFY_PRESET_NUM_CHANGE, -1);
         return;
     }
-    forward(DAB_SERVER_NOTIFY_PRESET_NUM_CHANGE, (mDabLib.getBand() - 1) * 6 + (value - 1));
+    forward(DAB_SERVER_NOTIFY_PRESET_NUM_CHANGE, presetPosition(mDabLib.getBand(), value));
     if (isBusy(isInPresetUpDown)) {
         forward(DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE, DAB_SERVER_LOGIC_MODE_PRESET_BUSY);
     }

@@ -54,7 +54,7 @@ int DABPlayerService::getPresetNum(int* presetNum) {
     }
     const int pch = mDabLib.getPchNum();
     // -1 tells the client that the station is not a preset; the query still succeeds.
-    *presetNum = pch == 0 ? -1 : (mDabLib.getBand() - 1) * 6 + (pch - 1);
+    *presetNum = pch == 0 ? -1 : presetPosition(mDabLib.getBand(), pch);
     return 0;
 }
 

@@ -65,8 +65,9 @@ int DABPlayerService::timeShiftPause() {
 int DABPlayerService::timeSeek(int time) {
     DAB_LOGD(DAB_TAG_PLAYER, "in timeSeek time=%d", time);
     if (!mIsActive) return -1;
-    // Measured against the last known total time; the library is not asked again here.
-    const int amount = mCurrentTotalTime - time;
+    // Measured against the last known total time; the library is not asked again here. Any
+    // client time fits the 64-bit difference, so an extreme one is refused, never overflows.
+    const int64_t amount = int64_t{mCurrentTotalTime} - time;
     if (time < 0 || amount < 0) return -1;
     mDabLib.timeShiftMove(kTsMoveDirection, static_cast<unsigned short>(amount));
     return 0;

@@ -4,6 +4,7 @@
 
 #include "DABListProcessThread.h"
 #include "DABLog.h"
+#include "DABTunerValues.h"
 #include "OutputLog.h"
 
 #include <mediadata/MediaDataClient.h>
@@ -27,7 +28,10 @@ constexpr int kErrorUnknown = 3;
 bool validBand(int band) { return band >= 1 && band <= 3; }
 bool validPresetIndex(int index) { return index >= 0 && index <= 5; }
 
-EN_DAB_BAND_TYPE toBand(int band) { return static_cast<EN_DAB_BAND_TYPE>(band - 1); }
+// The library's own band goes back to it unchecked (memory): it wraps rather than overflows.
+EN_DAB_BAND_TYPE toBand(int band) {
+    return static_cast<EN_DAB_BAND_TYPE>(wrapToInt(int64_t{band} - 1));
+}
 EN_DAB_PRESET_NUM toPreset(int index) { return static_cast<EN_DAB_PRESET_NUM>(index + 1); }
 }  // namespace
 

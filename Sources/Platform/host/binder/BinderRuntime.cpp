@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -37,22 +38,28 @@ bool makeAddress(const std::string& path, struct sockaddr_un* addr) {
     return true;
 }
 
-// Creates the runtime directory when missing; refuses one another user could write to.
+void logRefusedDirectory(const std::string& dir, const std::string& problem) {
+    __android_log_print_tag_id(kLogError, kBinderLogTagId, kBinderLogTag,
+                               "runtime directory %s refused: %s", dir.c_str(), problem.c_str());
+}
+
+// Creates the runtime directory when missing (private to this user); refuses one that is not.
 bool ensureDirectory(const std::string& dir) {
     if (mkdir(dir.c_str(), 0700) != 0 && errno != EEXIST) {
         __android_log_print_tag_id(kLogError, kBinderLogTagId, kBinderLogTag,
                                    "cannot create %s: %s", dir.c_str(), strerror(errno));
         return false;
     }
-    struct stat st;
-    if (lstat(dir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode) || st.st_uid != getuid()) {
-        __android_log_print_tag_id(kLogError, kBinderLogTagId, kBinderLogTag,
-                                   "%s is not a directory of this user", dir.c_str());
+    std::string problem;
+    if (!BinderRuntime::checkRuntimeDirectory(dir, &problem)) {
+        logRefusedDirectory(dir, problem);
         return false;
     }
-    if ((st.st_mode & 077) != 0) chmod(dir.c_str(), 0700);
     return true;
 }
+
+// Whether a server's uid may be trusted with this process's calls: its own, or root's.
+bool trustedPeerUid(uid_t uid) { return uid == geteuid() || uid == 0; }
 
 void setNonBlocking(int fd) {
     const int flags = fcntl(fd, F_GETFL, 0);
@@ -140,8 +147,48 @@ BinderThreadState& BinderThreadState::self() {
 // ---- Runtime ----
 
 BinderRuntime& BinderRuntime::instance() {
-    static BinderRuntime* runtime = new BinderRuntime();
+    static BinderRuntime* runtime = [] {
+        refuseUnsafeDirectory();
+        return new BinderRuntime();
+    }();
     return *runtime;
+}
+
+bool BinderRuntime::checkRuntimeDirectory(const std::string& dir, std::string* problem) {
+    problem->clear();
+    struct stat st;
+    if (lstat(dir.c_str(), &st) != 0) {
+        if (errno == ENOENT) return true;
+        *problem = std::string("cannot be examined: ") + strerror(errno);
+        return false;
+    }
+    char text[128];
+    if (S_ISLNK(st.st_mode)) {
+        snprintf(text, sizeof(text), "it is a symbolic link");
+    } else if (!S_ISDIR(st.st_mode)) {
+        snprintf(text, sizeof(text), "it is not a directory");
+    } else if (st.st_uid != geteuid()) {
+        snprintf(text, sizeof(text), "it belongs to uid %u, not to uid %u",
+                 static_cast<unsigned>(st.st_uid), static_cast<unsigned>(geteuid()));
+    } else if ((st.st_mode & 077) != 0) {
+        snprintf(text, sizeof(text), "other users have access to it (mode %04o, 0700 needed)",
+                 static_cast<unsigned>(st.st_mode & 07777));
+    } else {
+        return true;
+    }
+    *problem = text;
+    return false;
+}
+
+void BinderRuntime::refuseUnsafeDirectory() {
+    const std::string dir = runtimeDirectory();
+    std::string problem;
+    if (checkRuntimeDirectory(dir, &problem)) return;
+    fprintf(stderr, "%s: the binder runtime directory %s is refused: %s\n",
+            program_invocation_short_name, dir.c_str(), problem.c_str());
+    fflush(nullptr);
+    // Nothing of this process has used binder yet: leave before anything does.
+    _exit(1);
 }
 
 BinderRuntime::BinderRuntime()
@@ -247,11 +294,27 @@ status_t BinderRuntime::listen(const std::string& name) {
 
 sp<BinderConnection> BinderRuntime::connectToService(const std::string& name) {
     if (!isValidSocketName(name)) return nullptr;
-    const int fd = connectTo(socketPath(name));
+    const std::string dir = runtimeDirectory();
+    std::string problem;
+    if (!checkRuntimeDirectory(dir, &problem)) {
+        logRefusedDirectory(dir, problem);
+        return nullptr;
+    }
+    const std::string path = socketPath(name);
+    const int fd = connectTo(path);
     if (fd < 0) return nullptr;
+    // Nothing is sent before the server is known to run as this user or as root.
     struct ucred cred;
     socklen_t len = sizeof(cred);
     if (getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &cred, &len) != 0) {
+        close(fd);
+        return nullptr;
+    }
+    if (!trustedPeerUid(cred.uid)) {
+        __android_log_print_tag_id(kLogError, kBinderLogTagId, kBinderLogTag,
+                                   "%s refused: served by uid %u (pid %d), neither this user (uid %u) nor root",
+                                   path.c_str(), static_cast<unsigned>(cred.uid), cred.pid,
+                                   static_cast<unsigned>(geteuid()));
         close(fd);
         return nullptr;
     }

@@ -118,6 +118,10 @@ public:
     // Any thread; non-blocking. $DAB_BINDER_DIR, else $XDG_RUNTIME_DIR/dabbinder, else
     // /tmp/dabbinder-<uid>; read at each call so a test can point a fresh one.
     static std::string runtimeDirectory();
+    // Any thread; non-blocking. Whether dir may serve as the runtime directory: missing (a
+    // server creates it), or a real directory of this user that nobody else can enter. False
+    // with *problem saying why (for the user) otherwise.
+    static bool checkRuntimeDirectory(const std::string& dir, std::string* problem);
     // Any thread; non-blocking. Whether a service name can be a socket name.
     static bool isValidSocketName(const std::string& name);
     // Any thread; non-blocking. <dir>/<name>.sock.
@@ -164,6 +168,9 @@ private:
     };
 
     BinderRuntime();
+    // First use of the runtime: a process whose runtime directory is refused says why on
+    // stderr and exits with status 1.
+    static void refuseUnsafeDirectory();
     void ensureEpollLocked();
     // A pool thread: one event of the epoll set.
     void handleEvent(const struct epoll_event& event);

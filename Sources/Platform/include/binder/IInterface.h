@@ -15,6 +15,9 @@ public:
     // so the device-headers check of the service code hides it.
     static sp<IBinder> asBinder(const IInterface* iface);
     static sp<IBinder> asBinder(const sp<IInterface>& iface);
+#else
+    // API 17's const form (declared for the device-headers check only).
+    sp<const IBinder> asBinder() const;
 #endif
 
 protected:
