@@ -61,7 +61,7 @@ private:
     // under it and release it before signalling mReqCond, so no two of the worker's locks
     // are held at once, and type and index are always read as one pair.
     mutable android::Mutex mCurMsgLock;  // guards mCurMsg
-    LIST_QUEUE_MSG mCurMsg;              // guarded by mCurMsgLock
+    LIST_QUEUE_MSG mCurMsg GUARDED_BY(mCurMsgLock);
     MsgQueue mMsgQueue;                  // guarded by its own locks
     PCondition mReqCond;                 // guarded by its own lock; flag mode
 };

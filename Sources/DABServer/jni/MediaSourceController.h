@@ -74,10 +74,10 @@ private:
     mutable android::Mutex mReconnectLock;  // guards mReconnectThread; serialises reconnects
 
     // Released in reverse order of declaration: the thread, the service, then the source.
-    android::sp<android::Source> mSource;             // guarded by mStateLock
-    android::sp<DABPlayerService> mService;           // guarded by mStateLock
-    android::sp<android::Thread> mReconnectThread;    // guarded by mReconnectLock
-    int mMediaStatus;                                 // guarded by mStateLock
+    android::sp<android::Source> mSource GUARDED_BY(mStateLock);
+    android::sp<DABPlayerService> mService GUARDED_BY(mStateLock);
+    android::sp<android::Thread> mReconnectThread GUARDED_BY(mReconnectLock);
+    int mMediaStatus GUARDED_BY(mStateLock);
 };
 
 #endif  // DAB_SERVER_MEDIASOURCECONTROLLER_H

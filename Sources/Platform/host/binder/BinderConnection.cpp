@@ -2,6 +2,7 @@
 
 #include "BinderHostHooks.h"
 #include "BinderRuntime.h"
+#include "HostMutex.h"
 #include "HostParcel.h"
 
 #include <binder/IPCThreadState.h>
@@ -62,17 +63,17 @@ BinderConnection::~BinderConnection() {
 }
 
 bool BinderConnection::isDead() const {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     return mDead;
 }
 
 size_t BinderConnection::exportedCount() const {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     return mExports.size();
 }
 
 size_t BinderConnection::importedCount() const {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     return mImports.size();
 }
 
@@ -149,7 +150,7 @@ status_t BinderConnection::encodeLocked(MessageHeader header, const Parcel& parc
 }
 
 status_t BinderConnection::sendLocked(std::vector<uint8_t>&& message) {
-    std::lock_guard<std::mutex> out(mSocketLock);
+    HostMutex::Autolock out(mSocketLock);
     if (mFd < 0 || mDropped) return DEAD_OBJECT;
     size_t offset = 0;
     if (mOutQueue.empty()) {
@@ -194,7 +195,7 @@ status_t BinderConnection::sendLocked(std::vector<uint8_t>&& message) {
 }
 
 void BinderConnection::onWritable() {
-    std::lock_guard<std::mutex> out(mSocketLock);
+    HostMutex::Autolock out(mSocketLock);
     if (mFd < 0) return;
     while (!mOutQueue.empty()) {
         std::vector<uint8_t>& front = mOutQueue.front();
@@ -226,7 +227,7 @@ void BinderConnection::updateEventsLocked() {
 }
 
 bool BinderConnection::tryOwnReading(uint32_t token) {
-    std::lock_guard<std::mutex> lock(mSocketLock);
+    HostMutex::Autolock lock(mSocketLock);
     if (mFd < 0 || mReadOwner != 0 || mEventReading) return false;
     mReadOwner = token;
     updateEventsLocked();
@@ -235,49 +236,49 @@ bool BinderConnection::tryOwnReading(uint32_t token) {
 
 void BinderConnection::releaseReading() {
     {
-        std::lock_guard<std::mutex> lock(mSocketLock);
+        HostMutex::Autolock lock(mSocketLock);
         mReadOwner = 0;
         updateEventsLocked();
     }
     // Other threads waiting on this connection may take the reading over: the pool may be
     // too busy to read their replies for them.
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     for (auto& waiter : mWaiters) {
         BinderThreadState* thread = waiter.second.first;
         if (thread == &BinderThreadState::self()) continue;
-        std::lock_guard<std::mutex> threadLock(thread->lock);
+        HostMutex::Autolock threadLock(thread->lock);
         thread->readingFreed = true;
         thread->wake.notify_one();
     }
 }
 
 bool BinderConnection::beginEventRead() {
-    std::lock_guard<std::mutex> lock(mSocketLock);
+    HostMutex::Autolock lock(mSocketLock);
     if (mFd < 0 || mReadOwner != 0) return false;
     mEventReading = true;
     return true;
 }
 
 void BinderConnection::endEventRead() {
-    std::lock_guard<std::mutex> lock(mSocketLock);
+    HostMutex::Autolock lock(mSocketLock);
     mEventReading = false;
 }
 
 void BinderConnection::rearm() {
-    std::lock_guard<std::mutex> lock(mSocketLock);
+    HostMutex::Autolock lock(mSocketLock);
     updateEventsLocked();
 }
 
 bool BinderConnection::pollOwned(BinderThreadState& self) {
     struct pollfd fds[2];
-    fds[0].fd = mFd;  // only this thread closes it while it owns the reading
+    fds[0].fd = fd();  // only this thread closes it while it owns the reading
     fds[0].events = POLLIN;
     fds[0].revents = 0;
     fds[1].fd = self.wakeFd();
     fds[1].events = POLLIN;
     fds[1].revents = 0;
     {
-        std::lock_guard<std::mutex> lock(mSocketLock);
+        HostMutex::Autolock lock(mSocketLock);
         if (!mOutQueue.empty()) fds[0].events |= POLLOUT;
     }
     const int n = poll(fds, 2, -1);
@@ -293,7 +294,7 @@ bool BinderConnection::pollOwned(BinderThreadState& self) {
 }
 
 void BinderConnection::shutdownSocket() {
-    std::lock_guard<std::mutex> out(mSocketLock);
+    HostMutex::Autolock out(mSocketLock);
     if (mFd >= 0) {
         mDropped = true;
         shutdown(mFd, SHUT_RDWR);
@@ -308,7 +309,7 @@ status_t BinderConnection::transact(uint32_t handle, uint32_t code, const Parcel
     header.flags = flags;
     if ((flags & IBinder::FLAG_ONEWAY) != 0) {
         header.type = kOneway;
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         if (mDead) return DEAD_OBJECT;
         std::vector<uint8_t> message;
         status_t err = encodeLocked(header, data, &message);
@@ -328,8 +329,9 @@ status_t BinderConnection::transact(uint32_t handle, uint32_t code, const Parcel
     self.wakeFd();  // made before `polling` can be seen by others
     bool owning = tryOwnReading(self.token);
     {
-        std::unique_lock<std::mutex> lock(mLock);
-        auto fail = [&](status_t err) {
+        HostMutex::Autolock lock(mLock);
+        // Ends the call early: the scope's lock is released here, before the reading.
+        auto fail = [&](status_t err) NO_THREAD_SAFETY_ANALYSIS {
             lock.unlock();
             if (owning) releaseReading();
             return err;
@@ -367,7 +369,7 @@ status_t BinderConnection::transact(uint32_t handle, uint32_t code, const Parcel
     // Wait: read the socket here when nobody else does, so the reply wakes this thread
     // directly; serve nested calls without holding the reading, which others may need.
     for (;;) {
-        std::unique_lock<std::mutex> lock(self.lock);
+        HostMutex::Autolock lock(self.lock);
         if (!self.inbox.empty()) {
             std::unique_ptr<BinderWork> nested = std::move(self.inbox.front());
             self.inbox.pop_front();
@@ -386,7 +388,7 @@ status_t BinderConnection::transact(uint32_t handle, uint32_t code, const Parcel
             owning = tryOwnReading(self.token);
             lock.lock();
             if (!owning) {
-                if (self.inbox.empty() && !call.done && !self.readingFreed) self.wake.wait(lock);
+                if (self.inbox.empty() && !call.done && !self.readingFreed) self.wake.wait(lock.native());
                 self.readingFreed = false;
                 continue;
             }
@@ -405,7 +407,7 @@ status_t BinderConnection::transact(uint32_t handle, uint32_t code, const Parcel
     }
     if (owning) releaseReading();
     {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         auto waiter = mWaiters.find(self.token);
         if (waiter != mWaiters.end() && --waiter->second.second == 0) mWaiters.erase(waiter);
     }
@@ -417,7 +419,7 @@ void BinderConnection::sendReply(uint32_t txnId, status_t status, const Parcel& 
     MessageHeader header = {};
     header.type = kReply;
     header.txnId = txnId;
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     if (mDead) return;
     std::vector<uint8_t> message;
     if (status == NO_ERROR) {
@@ -460,7 +462,7 @@ sp<IBinder> BinderConnection::importLocked(uint32_t handle) {
 }
 
 sp<BpBinder> BinderConnection::proxyForHandle(uint32_t handle) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     auto it = mImports.find(handle);
     if (it != mImports.end()) {
         sp<BpBinder> proxy = it->second.weak.promote();
@@ -476,7 +478,7 @@ sp<BpBinder> BinderConnection::proxyForHandle(uint32_t handle) {
 }
 
 void BinderConnection::proxyDestroyed(BpBinder* proxy, uint32_t handle) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     auto it = mImports.find(handle);
     if (it == mImports.end() || it->second.proxy != proxy) return;
     const uint64_t count = it->second.count;
@@ -499,34 +501,36 @@ void BinderConnection::proxyDestroyed(BpBinder* proxy, uint32_t handle) {
 
 // ---- Incoming ----
 
-bool BinderConnection::decodeLocked(const MessageHeader& header, const uint8_t* body,
-                                    Parcel* out) {
-    const ObjectEntry* table = nullptr;
-    std::vector<ObjectEntry> entries(header.objectCount);
-    if (header.objectCount > 0) {
-        memcpy(entries.data(), body + padded(header.dataSize),
-               header.objectCount * sizeof(ObjectEntry));
-        table = entries.data();
+void BinderConnection::fillParcel(const MessageHeader& header, const uint8_t* body,
+                                  const std::vector<ObjectEntry>& table,
+                                  const std::vector<sp<IBinder>>& objects, Parcel* out) {
+    out->setData(body, header.dataSize);
+    for (size_t i = 0; i < table.size() && i < objects.size(); ++i) {
+        out->setDataPosition(table[i].position);
+        out->writeInt32(static_cast<int32_t>(i));
+        HostParcel::appendObjectForTransport(out, objects[i], table[i].position);
     }
+    out->setDataPosition(0);
+}
+
+bool BinderConnection::decodeLocked(const MessageHeader& header, const uint8_t* body,
+                                    const std::vector<ObjectEntry>& table, Parcel* out) {
     // First pass: every object of this process it names must be one the peer holds.
-    for (uint32_t i = 0; i < header.objectCount; ++i) {
-        if (table[i].kind == kObjectReceiverLocal && mExports.count(table[i].handle) == 0) {
+    for (const ObjectEntry& e : table) {
+        if (e.kind == kObjectReceiverLocal && mExports.count(e.handle) == 0) {
             __android_log_print_tag_id(kLogWarn, kBinderLogTagId, kBinderLogTag,
-                                       "unknown handle %u from pid %d refused", table[i].handle,
+                                       "unknown handle %u from pid %d refused", e.handle,
                                        mPeerPid);
             return false;
         }
     }
-    out->setData(body, header.dataSize);
-    for (uint32_t i = 0; i < header.objectCount; ++i) {
-        sp<IBinder> object = table[i].kind == kObjectReceiverLocal
-                                     ? mExports[table[i].handle].object
-                                     : importLocked(table[i].handle);
-        out->setDataPosition(table[i].position);
-        out->writeInt32(static_cast<int32_t>(i));
-        HostParcel::appendObjectForTransport(out, object, table[i].position);
+    std::vector<sp<IBinder>> objects;
+    objects.reserve(table.size());
+    for (const ObjectEntry& e : table) {
+        objects.push_back(e.kind == kObjectReceiverLocal ? mExports[e.handle].object
+                                                         : importLocked(e.handle));
     }
-    out->setDataPosition(0);
+    fillParcel(header, body, table, objects, out);
     return true;
 }
 
@@ -538,7 +542,7 @@ bool BinderConnection::onReadable() {
         mInEnd -= mInStart;
         mInStart = 0;
     }
-    const ssize_t n = read(mFd, mIn.data() + mInEnd, mIn.size() - mInEnd);
+    const ssize_t n = read(fd(), mIn.data() + mInEnd, mIn.size() - mInEnd);
     if (n == 0) {
         if (mInEnd > mInStart) protocolError("truncated message");
         return false;
@@ -548,18 +552,18 @@ bool BinderConnection::onReadable() {
         return false;
     }
     mInEnd += static_cast<size_t>(n);
+    std::vector<ObjectEntry> table;
     for (;;) {
         const size_t have = mInEnd - mInStart;
         if (have < sizeof(MessageHeader)) break;
         MessageHeader header;
-        memcpy(&header, mIn.data() + mInStart, sizeof(header));
-        uint32_t bodySize = 0;
-        const char* bad = checkHeader(header, &bodySize);
-        if (bad != nullptr) {
+        const char* bad = nullptr;
+        const ReadResult found = readMessage(mIn.data() + mInStart, have, &header, &table, &bad);
+        if (found == ReadResult::kBad) {
             protocolError(bad);
             return false;
         }
-        if (have < header.size) {
+        if (found == ReadResult::kNeedMore) {
             // Room for the whole message, bounded by the message size limit.
             if (mIn.size() - mInStart < header.size) {
                 memmove(mIn.data(), mIn.data() + mInStart, have);
@@ -570,18 +574,8 @@ bool BinderConnection::onReadable() {
             break;
         }
         const uint8_t* body = mIn.data() + mInStart + sizeof(MessageHeader);
-        if (header.objectCount > 0) {
-            std::vector<ObjectEntry> entries(header.objectCount);
-            memcpy(entries.data(), body + padded(header.dataSize),
-                   header.objectCount * sizeof(ObjectEntry));
-            bad = checkObjects(entries.data(), header.objectCount, header.dataSize);
-            if (bad != nullptr) {
-                protocolError(bad);
-                return false;
-            }
-        }
         mInStart += header.size;
-        if (!handleMessage(header, body)) return false;
+        if (!handleMessage(header, body, table)) return false;
     }
     // A buffer grown for a large message goes back to its usual size once empty.
     if (mInStart == mInEnd && mIn.size() > kReadChunk) {
@@ -599,18 +593,19 @@ void BinderConnection::protocolError(const char* reason) {
                                "connection to pid %d closed: %s", mPeerPid, reason);
 }
 
-bool BinderConnection::handleMessage(const MessageHeader& header, const uint8_t* body) {
+bool BinderConnection::handleMessage(const MessageHeader& header, const uint8_t* body,
+                                     const std::vector<ObjectEntry>& table) {
     switch (header.type) {
         case kTransaction:
         case kOneway:
-            handleCall(header, body);
+            handleCall(header, body, table);
             if (mInboundQueued.load() > kMaxInboundQueued) {
                 protocolError("too many calls waiting to be served");
                 return false;
             }
             return true;
         case kReply:
-            return handleReply(header, body);
+            return handleReply(header, body, table);
         case kRelease:
             handleRelease(header);
             return true;
@@ -620,7 +615,8 @@ bool BinderConnection::handleMessage(const MessageHeader& header, const uint8_t*
     }
 }
 
-void BinderConnection::handleCall(const MessageHeader& header, const uint8_t* body) {
+void BinderConnection::handleCall(const MessageHeader& header, const uint8_t* body,
+                                  const std::vector<ObjectEntry>& table) {
     const bool oneway = header.type == kOneway;
     const uint32_t txnId = header.txnId;
     const uint32_t code = header.code;
@@ -633,7 +629,7 @@ void BinderConnection::handleCall(const MessageHeader& header, const uint8_t* bo
     bool refused = false;
     std::unique_ptr<BinderWork> work(new BinderWork());
     {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         if (mDead) return;
         if (header.handle == kContextHandle) {
             target = binderContextObject();
@@ -646,7 +642,7 @@ void BinderConnection::handleCall(const MessageHeader& header, const uint8_t* bo
                                        "transaction to unknown handle %u from pid %d refused",
                                        header.handle, mPeerPid);
             refused = true;
-        } else if (!decodeLocked(header, body, data.get())) {
+        } else if (!decodeLocked(header, body, table, data.get())) {
             refused = true;
         }
         if (!refused) {
@@ -659,7 +655,7 @@ void BinderConnection::handleCall(const MessageHeader& header, const uint8_t* bo
                 if (waiter != mWaiters.end()) nestedThread = waiter->second.first;
             }
             if (nestedThread != nullptr) {
-                std::lock_guard<std::mutex> threadLock(nestedThread->lock);
+                HostMutex::Autolock threadLock(nestedThread->lock);
                 nestedThread->inbox.push_back(std::move(work));
                 nestedThread->wake.notify_one();
                 if (nestedThread->polling) nestedThread->signalWakeLocked();
@@ -687,8 +683,9 @@ void BinderConnection::handleCall(const MessageHeader& header, const uint8_t* bo
     BinderRuntime::instance().queueWork(std::move(work));
 }
 
-bool BinderConnection::handleReply(const MessageHeader& header, const uint8_t* body) {
-    std::lock_guard<std::mutex> lock(mLock);
+bool BinderConnection::handleReply(const MessageHeader& header, const uint8_t* body,
+                                   const std::vector<ObjectEntry>& table) {
+    HostMutex::Autolock lock(mLock);
     auto it = mPending.find(header.txnId);
     if (it == mPending.end()) {
         protocolError("reply to no waiting call");
@@ -697,8 +694,8 @@ bool BinderConnection::handleReply(const MessageHeader& header, const uint8_t* b
     PendingCall* call = it->second;
     mPending.erase(it);
     status_t status = static_cast<status_t>(static_cast<int32_t>(header.code));
-    if (status == NO_ERROR && !decodeLocked(header, body, call->reply)) status = BAD_VALUE;
-    std::lock_guard<std::mutex> threadLock(call->thread->lock);
+    if (status == NO_ERROR && !decodeLocked(header, body, table, call->reply)) status = BAD_VALUE;
+    HostMutex::Autolock threadLock(call->thread->lock);
     call->status = status;
     call->done = true;
     call->thread->wake.notify_one();
@@ -708,7 +705,7 @@ bool BinderConnection::handleReply(const MessageHeader& header, const uint8_t* b
 void BinderConnection::handleRelease(const MessageHeader& header) {
     sp<IBinder> released;
     {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         auto it = mExports.find(header.handle);
         if (header.handle == kContextHandle) return;
         if (it == mExports.end() || header.code == 0 || header.code > it->second.refs) {
@@ -749,12 +746,12 @@ void BinderConnection::die() {
     std::vector<sp<BpBinder>> proxies;
     std::vector<sp<IBinder>> exports;
     {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         if (mDead) return;
         mDead = true;
         for (auto& pending : mPending) {
             PendingCall* call = pending.second;
-            std::lock_guard<std::mutex> threadLock(call->thread->lock);
+            HostMutex::Autolock threadLock(call->thread->lock);
             call->status = DEAD_OBJECT;
             call->done = true;
             call->thread->wake.notify_one();
@@ -768,7 +765,7 @@ void BinderConnection::die() {
             if (proxy != nullptr) proxies.push_back(proxy);
         }
         // Proxies keep their entries so that their destructors find nothing to release.
-        std::lock_guard<std::mutex> out(mSocketLock);
+        HostMutex::Autolock out(mSocketLock);
         if (mFd >= 0) {
             close(mFd);
             mFd = -1;
