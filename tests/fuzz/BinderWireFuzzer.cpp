@@ -3,6 +3,7 @@
 // way the connection builds it, and the parcel read back with each reader a stub uses.
 #include "BinderConnection.h"
 #include "BinderWire.h"
+#include "HostParcel.h"
 
 #include <binder/Binder.h>
 #include <binder/Parcel.h>
@@ -28,7 +29,7 @@ size_t readAll(const Parcel& parcel, int reader) {
             case 4: parcel.readStrongBinder(); break;
             case 5: {
                 int32_t len = 0;
-                parcel.readByteBlock(&len);
+                HostParcel::readByteBlock(parcel, &len);
                 break;
             }
             default: parcel.readInt64(); break;

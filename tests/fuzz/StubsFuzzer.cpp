@@ -5,6 +5,8 @@
 // Input: byte 0 picks the interface, byte 1 the transaction code (a few codes past the last
 // one included), byte 2 bit 0 writes the right interface token first, byte 3 marks which of
 // the first eight 4-byte slots after the token carry a binder object; the rest is parcel data.
+#include "HostParcel.h"
+
 #include <dabplayer/IDABPlayer.h>
 #include <dabplayer/IDABPlayerClient.h>
 #include <dabplayer/IDABPlayerService.h>
@@ -222,7 +224,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (size_t slot = 0; slot < 8; ++slot) {
         const size_t position = start + slot * 4;
         if ((data[3] & (1u << slot)) == 0 || position + 4 > parcel.dataSize()) continue;
-        parcel.appendObjectForTransport(objects[slot % 3], position);
+        HostParcel::appendObjectForTransport(&parcel, objects[slot % 3], position);
     }
     parcel.setDataPosition(0);
     Parcel reply;
