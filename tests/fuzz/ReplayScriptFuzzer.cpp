@@ -1,6 +1,6 @@
 // Fuzz target: the dabreplay script parser and the check of every step that runs before a
 // replay starts.
-#include "ReplayRunner.h"
+#include "ReplayStepCheck.h"
 #include "ReplayScript.h"
 
 #include <cstddef>
