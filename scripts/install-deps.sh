@@ -10,6 +10,7 @@ PACKAGES=(
   nlohmann-json3-dev
   perl diffutils
   libcpp-httplib-dev chromium chromium-driver python3-selenium fonts-droid-fallback
+  clang libclang-rt-14-dev
 )
 
 missing=()

@@ -23,18 +23,18 @@ public:
     uint8_t isResumed() const { return mService->mIsResumed; }
     uint8_t activatePending() const { return mService->mActivatePending; }
     int activeSourceType() const { return mService->mActiveSourceType; }
-    int& isInSourceOnDelay() { return mService->isInSourceOnDelay; }
-    int& isInPresetUpDown() { return mService->isInPresetUpDown; }
-    int& isInSwitchBand() { return mService->isInSwitchBand; }
-    int& isInManualUPDownInFreqExtend() { return mService->isInManualUPDownInFreqExtend; }
-    int& isInPresetMemoryExtend() { return mService->isInPresetMemoryExtend; }
-    int& isInSeekCancel() { return mService->isInSeekCancel; }
-    int& currentLogicMode() { return mService->mCurrentLogicMode; }
-    int& currentInfoType() { return mService->mCurrentInfoType; }
-    int& errorCurPublished() { return mService->errorCurPublished; }
-    int& flagReqPrestListSourceOn() { return mService->mFlagReqPrestListSourceOn; }
-    int& presetListNotifyCount() { return mService->mPresetListNotifyCount; }
-    int* presetListNotCached() { return mService->mPresetListNotCached; }
+    std::atomic<int>& isInSourceOnDelay() { return mService->isInSourceOnDelay; }
+    std::atomic<int>& isInPresetUpDown() { return mService->isInPresetUpDown; }
+    std::atomic<int>& isInSwitchBand() { return mService->isInSwitchBand; }
+    std::atomic<int>& isInManualUPDownInFreqExtend() { return mService->isInManualUPDownInFreqExtend; }
+    std::atomic<int>& isInPresetMemoryExtend() { return mService->isInPresetMemoryExtend; }
+    std::atomic<int>& isInSeekCancel() { return mService->isInSeekCancel; }
+    std::atomic<int>& currentLogicMode() { return mService->mCurrentLogicMode; }
+    std::atomic<int>& currentInfoType() { return mService->mCurrentInfoType; }
+    std::atomic<int>& errorCurPublished() { return mService->errorCurPublished; }
+    std::atomic<int>& flagReqPrestListSourceOn() { return mService->mFlagReqPrestListSourceOn; }
+    std::atomic<int>& presetListNotifyCount() { return mService->mPresetListNotifyCount; }
+    std::atomic<int>* presetListNotCached() { return mService->mPresetListNotCached; }
     android::sp<DABListProcessThread> listWorker() { return mService->listWorker(); }
     size_t clientCount() {
         android::Mutex::Autolock lock(mService->mClientsLock);
@@ -55,38 +55,38 @@ public:
     void handleErrorInfo(int value) { mService->handleErrorInfo(value); }
     void handleAntStatus(int value) { mService->handleAntStatus(value); }
     void setActive(uint8_t active) { mService->mIsActive = active; }
-    int& listCountState() { return mService->mListCountState; }
-    uint16_t& currentEnsembleId() { return mService->mCurrentEnsembleId; }
-    int& currentFmLink() { return mService->mCurrentFmLink; }
-    int& currentErrorType() { return mService->mCurrentErrorType; }
+    std::atomic<int>& listCountState() { return mService->mListCountState; }
+    std::atomic<uint16_t>& currentEnsembleId() { return mService->mCurrentEnsembleId; }
+    std::atomic<int>& currentFmLink() { return mService->mCurrentFmLink; }
+    std::atomic<int>& currentErrorType() { return mService->mCurrentErrorType; }
     uint8_t presetReceived(int band, int preset) const {
         return mService->mPresetReceived[band - 1][preset - 1];
     }
     // Station, playback and query state.
-    int& currentBlockId() { return mService->mCurrentBlockId; }
-    int& isHandServiceListUpdate() { return mService->mIsHandServiceListUpdate; }
-    uint8_t& dynamicTextPublishEnabled() { return mService->mDynamicTextPublishEnabled; }
-    int& dynamicTextStatus() { return mService->mDynamicTextStatus; }
-    int& isDynamicTextCached() { return mService->isDynamicTextCached; }
+    std::atomic<int>& currentBlockId() { return mService->mCurrentBlockId; }
+    std::atomic<int>& isHandServiceListUpdate() { return mService->mIsHandServiceListUpdate; }
+    std::atomic<uint8_t>& dynamicTextPublishEnabled() { return mService->mDynamicTextPublishEnabled; }
+    std::atomic<int>& dynamicTextStatus() { return mService->mDynamicTextStatus; }
+    std::atomic<int>& isDynamicTextCached() { return mService->isDynamicTextCached; }
     const char* ensembleLabel() const { return mService->mEnsembleLabel; }
     const char* serviceLabel() const { return mService->mServiceLabel; }
     const char* compLabel() const { return mService->mCompLabel; }
     const char* dynamicText() const { return mService->mDynamicText; }
-    int& currentCompTotal() { return mService->mCurrentCompTotal; }
-    int& currentCompNum() { return mService->mCurrentCompNum; }
-    uint8_t& errorCheckOnCompNum() { return mService->mErrorCheckOnCompNum; }
-    int& currentTotalTime() { return mService->mCurrentTotalTime; }
-    int& currentPauseTime() { return mService->mCurrentPauseTime; }
-    int& currentCacheTime() { return mService->mCurrentCacheTime; }
-    int& currentPlaybackStatus() { return mService->mCurrentPlaybackStatus; }
-    int& currentConnectStatus() { return mService->mCurrentConnectStatus; }
-    int& currentDisplayFormat() { return mService->mCurrentDisplayFormat; }
-    int& seekDirection() { return mService->mSeekDirection; }
-    int& currentAntStatus() { return mService->mCurrentAntStatus; }
-    int& currentNm() { return mService->mCurrentNm; }
-    int& abcSearchState() { return mService->mAbcSearchState; }
-    int& currentSignalLevel() { return mService->mCurrentSignalLevel; }
-    int& currentPtyType() { return mService->mCurrentPtyType; }
+    std::atomic<int>& currentCompTotal() { return mService->mCurrentCompTotal; }
+    std::atomic<int>& currentCompNum() { return mService->mCurrentCompNum; }
+    std::atomic<uint8_t>& errorCheckOnCompNum() { return mService->mErrorCheckOnCompNum; }
+    std::atomic<int>& currentTotalTime() { return mService->mCurrentTotalTime; }
+    std::atomic<int>& currentPauseTime() { return mService->mCurrentPauseTime; }
+    std::atomic<int>& currentCacheTime() { return mService->mCurrentCacheTime; }
+    std::atomic<int>& currentPlaybackStatus() { return mService->mCurrentPlaybackStatus; }
+    std::atomic<int>& currentConnectStatus() { return mService->mCurrentConnectStatus; }
+    std::atomic<int>& currentDisplayFormat() { return mService->mCurrentDisplayFormat; }
+    std::atomic<int>& seekDirection() { return mService->mSeekDirection; }
+    std::atomic<int>& currentAntStatus() { return mService->mCurrentAntStatus; }
+    std::atomic<int>& currentNm() { return mService->mCurrentNm; }
+    std::atomic<int>& abcSearchState() { return mService->mAbcSearchState; }
+    std::atomic<int>& currentSignalLevel() { return mService->mCurrentSignalLevel; }
+    std::atomic<int>& currentPtyType() { return mService->mCurrentPtyType; }
 
 private:
     DABPlayerService* mService;

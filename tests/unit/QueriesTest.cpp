@@ -282,7 +282,7 @@ TEST_F(QueriesTest, LogicModeReportsPseudoModesWithoutStoringThem) {
     EXPECT_EQ(0, mService->getLogicMode(&v));
     EXPECT_EQ(11, peer().currentLogicMode());
     struct Case {
-        int* flag;
+        std::atomic<int>* flag;
         int seekDirection;
         int expected;
     };

@@ -134,17 +134,17 @@ private:
     static constexpr int kServiceListCount = 6;
 
     // The service list of a type, or null for a type without one. Caller holds mCacheLock.
-    ServiceList* serviceListFor(int type);
+    ServiceList* serviceListFor(int type) REQUIRES(mCacheLock);
 
     // Guards every field below. The preset table and the count are under it as well: the
     // notification thread caches presets while a binder or activation thread clears them.
     android::Mutex mCacheLock;
-    int32_t mServiceListCount;                      // guarded by mCacheLock
-    int32_t mCurrentCachedServiceItemType;          // guarded by mCacheLock
-    ServiceList mServiceLists[kServiceListCount];   // guarded by mCacheLock; [type - 1]
-    EnsembleList mEnsembleList;                     // guarded by mCacheLock
+    int32_t mServiceListCount GUARDED_BY(mCacheLock);
+    int32_t mCurrentCachedServiceItemType GUARDED_BY(mCacheLock);
+    ServiceList mServiceLists[kServiceListCount] GUARDED_BY(mCacheLock);   // [type - 1]
+    EnsembleList mEnsembleList GUARDED_BY(mCacheLock);
     PRESET_LIST_ITEM mPresetTable[DAB_SERVER_PRESET_BAND_COUNT]
-                                 [DAB_SERVER_PRESET_ITEM_COUNT];  // guarded by mCacheLock
+                                 [DAB_SERVER_PRESET_ITEM_COUNT] GUARDED_BY(mCacheLock);
 };
 
 #endif  // DAB_SERVER_DABLISTCACHER_H

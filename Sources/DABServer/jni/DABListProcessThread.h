@@ -66,8 +66,8 @@ private:
     // under it and release it before signalling mReqCond, so no two of the worker's locks
     // are held at once, and type and index are always read as one pair.
     mutable android::Mutex mCurMsgLock;  // guards mCurMsg
-    LIST_QUEUE_MSG mCurMsg;              // guarded by mCurMsgLock
-    int64_t mCurMsgSinceNs;              // guarded by mCurMsgLock; when mCurMsg was set
+    LIST_QUEUE_MSG mCurMsg GUARDED_BY(mCurMsgLock);
+    int64_t mCurMsgSinceNs GUARDED_BY(mCurMsgLock);  // when mCurMsg was set
     MsgQueue mMsgQueue;                  // guarded by its own locks
     PCondition mReqCond;                 // guarded by its own lock; flag mode
 };

@@ -289,7 +289,7 @@ int DABPlayerService::deactivate(int sourceType) {
             old.clear();
             DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService, DABListProcessThread exit.");
         }
-        for (int& notCached : mPresetListNotCached) notCached = 1;
+        for (std::atomic<int>& notCached : mPresetListNotCached) notCached = 1;
         errorCurPublished = DAB_SERVER_ERROR_LEVEL_NONE;
         mListCacher.clearForAllCache();
         mListCacher.clearPresetListCache();

@@ -152,7 +152,7 @@ public:
 
         android::Mutex mLock;                                  // guards mClient, mApplication
         const android::sp<DABPlayerService> mService;          // immutable
-        android::sp<android::IDABPlayerClient> mClient;        // guarded by mLock
+        android::sp<android::IDABPlayerClient> mClient GUARDED_BY(mLock);
         const int mPid;                                        // immutable
         const int mUid;                                        // immutable
         // The callback's binder for the dump, kept beside mClient so that the dump never
@@ -336,11 +336,11 @@ private:
     void startManualStep();
     void startPresetSeek(int direction);
     // Ends one busy state: cancels its wait event and makes the flag idle, when it is busy.
-    int clearBusyState(int& flag, int waitEventType);
+    int clearBusyState(std::atomic<int>& flag, int waitEventType);
     // Starts one busy state of a tuning command: the flag becomes busy, the other tuning busy
     // states and the source-on delay end (in that order), the display is blanked when asked,
     // and the state's wait event is registered. Binder threads, like the commands.
-    void startBusyState(int& flag, int waitEventType, bool blankDisplay);
+    void startBusyState(std::atomic<int>& flag, int waitEventType, bool blankDisplay);
     // Forwards id with value1 v, value2 0 and no parcel.
     void forward(int id, int v);
     // Stores the logic mode and notes a change in the history.
@@ -366,74 +366,75 @@ private:
     };
 
     // Members. Unless said otherwise: written by one thread (mostly the tuner callback thread
-    // or the binder thread of the operation), read by others without a lock.
+    // or the binder thread of the operation), read by others without a lock; the single words
+    // are atomics so that such a read is well defined (none of them orders anything else).
     android::sp<DABSourceController> mController;      // immutable after construction
     android::sp<DABTASourceController> mTAController;  // immutable after construction
-    int mActiveSourceType;
-    int mCurrentConnectStatus;
-    int mCurrentBand;
-    int mCurrentLogicMode;
-    int mCurrentBlockId;
-    int mCurrentServiceFollow;
-    int mCurrentSignalLevel;
-    int mCurrentFmLink;
-    int mCurrentBitRate;
-    int mCurrentPtyType;
-    int mCurrentCompTotal;
-    int mCurrentCompNum;
-    int mCurrentTotalTime;
-    int mCurrentCacheTime;
-    int mCurrentPauseTime;
-    int mCurrentPlaybackStatus;
-    int mCurrentDisplayFormat;
-    int mCurrentErrorType;
-    int mCurrentAntStatus;
-    int mCurrentNm;
-    int mFlagReqPrestListSourceOn;
-    int mPresetListNotifyCount;
-    uint16_t mCurrentEnsembleId;
-    int mListCountState;
-    uint8_t mIsActive;
-    int mAbcSearchState;
-    int mCurrentInfoType;
+    std::atomic<int> mActiveSourceType;
+    std::atomic<int> mCurrentConnectStatus;
+    std::atomic<int> mCurrentBand;
+    std::atomic<int> mCurrentLogicMode;
+    std::atomic<int> mCurrentBlockId;
+    std::atomic<int> mCurrentServiceFollow;
+    std::atomic<int> mCurrentSignalLevel;
+    std::atomic<int> mCurrentFmLink;
+    std::atomic<int> mCurrentBitRate;
+    std::atomic<int> mCurrentPtyType;
+    std::atomic<int> mCurrentCompTotal;
+    std::atomic<int> mCurrentCompNum;
+    std::atomic<int> mCurrentTotalTime;
+    std::atomic<int> mCurrentCacheTime;
+    std::atomic<int> mCurrentPauseTime;
+    std::atomic<int> mCurrentPlaybackStatus;
+    std::atomic<int> mCurrentDisplayFormat;
+    std::atomic<int> mCurrentErrorType;
+    std::atomic<int> mCurrentAntStatus;
+    std::atomic<int> mCurrentNm;
+    std::atomic<int> mFlagReqPrestListSourceOn;
+    std::atomic<int> mPresetListNotifyCount;
+    std::atomic<uint16_t> mCurrentEnsembleId;
+    std::atomic<int> mListCountState;
+    std::atomic<uint8_t> mIsActive;
+    std::atomic<int> mAbcSearchState;
+    std::atomic<int> mCurrentInfoType;
     DynamicTextCache mDynamicTextCached;  // tuner callback thread writes
     DABListCacher mListCacher;            // guarded by its own lock
-    android::sp<DABListProcessThread> mpListProcessThread;  // guarded by mListWorkerLock
+    android::sp<DABListProcessThread> mpListProcessThread GUARDED_BY(mListWorkerLock);
     android::Mutex mListWorkerLock;  // guards the mpListProcessThread reference only
-    int isDynamicTextCached;
-    int isInPresetUpDown;
-    int isInSeekCancel;
-    int isInPresetMemoryExtend;
-    int mSeekDirection;
-    int isInManualUPDownInFreqExtend;
-    int isInSwitchBand;
-    int isInSourceOnDelay;
-    int mIsHandServiceListUpdate;
+    std::atomic<int> isDynamicTextCached;
+    std::atomic<int> isInPresetUpDown;
+    std::atomic<int> isInSeekCancel;
+    std::atomic<int> isInPresetMemoryExtend;
+    std::atomic<int> mSeekDirection;
+    std::atomic<int> isInManualUPDownInFreqExtend;
+    std::atomic<int> isInSwitchBand;
+    std::atomic<int> isInSourceOnDelay;
+    std::atomic<int> mIsHandServiceListUpdate;
     char mEnsembleLabel[65];  // tuner callback thread writes; read under mPublishLock
     char mServiceLabel[65];
     char mCompLabel[65];
     char mDynamicText[129];
     media_lib_dab::DABLibIF mDabLib;           // the library accepts concurrent calls
     android::SysCtrlManagerIF mSysCtrlManager;  // system control thread and construction
-    android::sp<android::MediaDataClient> mMediaDataClient;  // guarded by mMediaDataLock
+    android::sp<android::MediaDataClient> mMediaDataClient GUARDED_BY(mMediaDataLock);
     android::Mutex mMediaDataLock;  // guards the mMediaDataClient reference only
-    int errorCurPublished;
-    android::SortedVector<android::wp<DABPlayer>> mClients;  // guarded by mClientsLock
+    std::atomic<int> errorCurPublished;
+    android::SortedVector<android::wp<DABPlayer>> mClients GUARDED_BY(mClientsLock);
     android::Mutex mClientsLock;                             // guards mClients
     uint8_t mPresetReceived[3][6];  // tuner callback thread; activation zeroes it
-    int mPresetListNotCached[3];
-    uint8_t mDynamicTextPublishEnabled;
-    uint8_t mIsResumed;
-    uint8_t mActivatePending;
-    int mDynamicTextStatus;
+    std::atomic<int> mPresetListNotCached[3];
+    std::atomic<uint8_t> mDynamicTextPublishEnabled;
+    std::atomic<uint8_t> mIsResumed;
+    std::atomic<uint8_t> mActivatePending;
+    std::atomic<int> mDynamicTextStatus;
     android::Mutex mPublishLock;  // held while a label or text record is built and handed over
-    uint8_t mErrorCheckOnCompNum;
+    std::atomic<uint8_t> mErrorCheckOnCompNum;
 
     // For the dump only; nothing else reads them.
-    DABNotifyHistory mHistory;    // guarded by its own locks
-    uint8_t mDumpSuspended;       // system control thread writes
-    int mDumpPresetNum;           // tuner callback thread writes
-    int mDumpLabelCharset[3];     // tuner callback thread writes; ensemble, service, component
+    DABNotifyHistory mHistory;                // guarded by its own locks
+    std::atomic<uint8_t> mDumpSuspended;      // system control thread writes
+    std::atomic<int> mDumpPresetNum;          // tuner callback thread writes
+    std::atomic<int> mDumpLabelCharset[3];    // tuner callback thread writes; ensemble, service, component
 };
 
 #endif  // DAB_SERVER_DABPLAYERSERVICE_H

@@ -288,8 +288,8 @@ void DABPlayerService::handlePresetNumChange(int value) {
 void DABPlayerService::handleLogicModeChange(int value) {
     DAB_LOGD(DAB_TAG_PLAYER, "DABPlayer received DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE logicMode=%d",
              value);
-    DAB_LOGD(DAB_TAG_PLAYER, "DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE =%d %d %d %d %d", isInPresetUpDown,
-             isInManualUPDownInFreqExtend, isInSwitchBand, isInSourceOnDelay, isInSeekCancel);
+    DAB_LOGD(DAB_TAG_PLAYER, "DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE =%d %d %d %d %d", isInPresetUpDown.load(),
+             isInManualUPDownInFreqExtend.load(), isInSwitchBand.load(), isInSourceOnDelay.load(), isInSeekCancel.load());
     setDynamicTextNoData();
 
     if (value == EN_DAB_LM_SERLIST_UPDATE) {
@@ -503,10 +503,10 @@ void DABPlayerService::handleTotalTimeChange(int value) {
     mCurrentTotalTime = decodeTsTime(value);
     forward(DAB_SERVER_NOTIFY_TOTAL_TIME_CHANGE, mCurrentTotalTime);
     mCurrentPauseTime = decodeTsTime(mDabLib.getTsDelayTime());
-    DAB_LOGD(DAB_TAG_PLAYER, "mCurrentPlaybackStatus = %d", mCurrentPlaybackStatus);
+    DAB_LOGD(DAB_TAG_PLAYER, "mCurrentPlaybackStatus = %d", mCurrentPlaybackStatus.load());
     if (mCurrentPlaybackStatus == 1 || mCurrentPlaybackStatus == 2) {
-        DAB_LOGD(DAB_TAG_PLAYER, "current delay pausetime =%d,play time=%d", mCurrentPauseTime,
-                 mCurrentTotalTime - mCurrentPauseTime);
+        DAB_LOGD(DAB_TAG_PLAYER, "current delay pausetime =%d,play time=%d", mCurrentPauseTime.load(),
+                 mCurrentTotalTime.load() - mCurrentPauseTime.load());
         forward(DAB_SERVER_NOTIFY_PAUSE_TIME_CHANGE, mCurrentTotalTime - mCurrentPauseTime);
     }
 }
@@ -525,11 +525,11 @@ void DABPlayerService::handlePauseTimeChange(int value) {
     mCurrentTotalTime = decodeTsTime(mDabLib.getTsAllTime());
     mCurrentPlaybackStatus = mDabLib.getTsStatus();
     DAB_LOGD(DAB_TAG_PLAYER, "DAB_SERVER_NOTIFY_PAUSE_TIME_CHANGE mCurrentPlaybackStatus=%d",
-             mCurrentPlaybackStatus);
+             mCurrentPlaybackStatus.load());
     if (mCurrentPlaybackStatus == 1 || mCurrentPlaybackStatus == 3 || mCurrentPlaybackStatus == 4) {
         const int played = mCurrentTotalTime - mCurrentPauseTime;
         DAB_LOGD(DAB_TAG_PLAYER, "tmp=%d pausetime=%d mCurrentTotalTime=%d", played,
-                 mCurrentPauseTime, mCurrentTotalTime);
+                 mCurrentPauseTime.load(), mCurrentTotalTime.load());
         mCurrentPauseTime = played;
         forward(DAB_SERVER_NOTIFY_PAUSE_TIME_CHANGE, played);
     }

@@ -324,7 +324,7 @@ void DABPlayerService::handleServiceListItem(int notifyId) {
         listCountOf(kind->kind) = n;
         if (worker != nullptr && n != 0) {
             const uint32_t param =
-                    kind->kind == DAB_SERVER_SERVICE_ITEM_ENSEMBLE_COMP ? mCurrentEnsembleId : 0;
+                    kind->kind == DAB_SERVER_SERVICE_ITEM_ENSEMBLE_COMP ? mCurrentEnsembleId.load() : 0;
             for (int i = n; i >= 2; --i) {
                 worker->requestServiceListItem(LIST_QUEUE_MSG{kind->msgType, i, param});
             }
@@ -404,7 +404,7 @@ void DABPlayerService::handleErrorInfo(int value) {
         forward(DAB_SERVER_NOTIFY_COMP_TOTAL_CHANGE, 0);
     }
     DAB_LOGD(DAB_TAG_PLAYER, "DABPlayer DAB_SERVER_NOTIFY_ERROR_INFO_NOTIFIED errorCurPublished = %d",
-             errorCurPublished);
+             errorCurPublished.load());
 
     if (mCurrentErrorType != media_lib_dab::EN_DAB_ERROR_INFO_NO_ERROR) {
         DAB_LOGD(DAB_TAG_PLAYER, "DABPlayer mCurrentErrorType != EN_DAB_ERROR_INFO_NO_ERROR");
@@ -416,8 +416,8 @@ void DABPlayerService::handleErrorInfo(int value) {
     } else {
         publishDynamicText(DAB_SERVER_DYNAMIC_TEXT_PUBLISH_NO_DATA);
         errorCurPublished = DAB_SERVER_ERROR_LEVEL_NONE;
-        DAB_LOGD(DAB_TAG_PLAYER, "mCurrentErrorType =%d,errorCurPublished=%d", mCurrentErrorType,
-                 errorCurPublished);
+        DAB_LOGD(DAB_TAG_PLAYER, "mCurrentErrorType =%d,errorCurPublished=%d", mCurrentErrorType.load(),
+                 errorCurPublished.load());
         const int num = mDabLib.getComponentNum();
         const int total = mDabLib.getComponentTotal();
         forward(DAB_SERVER_NOTIFY_COMP_NUM_CHANGE, num);
@@ -430,13 +430,13 @@ void DABPlayerService::handleErrorInfo(int value) {
         if (mCurrentErrorType == media_lib_dab::EN_DAB_ERROR_INFO_TYPE1 &&
             errorCurPublished <= DAB_SERVER_ERROR_LEVEL_TYPE1) {
             DAB_LOGD(DAB_TAG_PLAYER, "mCurrentErrorType =%d,errorCurPublished=%d",
-                     mCurrentErrorType, errorCurPublished);
+                     mCurrentErrorType.load(), errorCurPublished.load());
             errorCurPublished = DAB_SERVER_ERROR_LEVEL_TYPE1;
             publishErrorLevel(DAB_SERVER_ERROR_LEVEL_TYPE1);
         } else if (mCurrentErrorType == media_lib_dab::EN_DAB_ERROR_INFO_TYPE2 &&
                    errorCurPublished <= DAB_SERVER_ERROR_LEVEL_TYPE2) {
             DAB_LOGD(DAB_TAG_PLAYER, "mCurrentErrorType =%d,errorCurPublished=%d",
-                     mCurrentErrorType, errorCurPublished);
+                     mCurrentErrorType.load(), errorCurPublished.load());
             errorCurPublished = DAB_SERVER_ERROR_LEVEL_TYPE2;
             publishErrorLevel(DAB_SERVER_ERROR_LEVEL_TYPE2);
         }
@@ -454,19 +454,19 @@ void DABPlayerService::handleErrorInfo(int value) {
 
 void DABPlayerService::handleAntStatus(int value) {
     mCurrentAntStatus = value;
-    DAB_LOGD(DAB_TAG_PLAYER, "mCurrentAntStatus=%d", mCurrentAntStatus);
+    DAB_LOGD(DAB_TAG_PLAYER, "mCurrentAntStatus=%d", mCurrentAntStatus.load());
     forward(DAB_SERVER_NOTIFY_ANT_STATUS_CHANGED, isAntennaFault(value) ? 1 : 2);
 
     if ((value == 1 || value == 2) && errorCurPublished == DAB_SERVER_ERROR_LEVEL_ANTENNA) {
         // Recovery is not published; it only frees the level for later errors.
         errorCurPublished = DAB_SERVER_ERROR_LEVEL_NONE;
-        DAB_LOGD(DAB_TAG_PLAYER, "mCurrentAntStatus =%d,errorCurPublished=%d", mCurrentAntStatus,
-                 errorCurPublished);
+        DAB_LOGD(DAB_TAG_PLAYER, "mCurrentAntStatus =%d,errorCurPublished=%d", mCurrentAntStatus.load(),
+                 errorCurPublished.load());
     }
     if (isAntennaFault(value) && errorCurPublished <= DAB_SERVER_ERROR_LEVEL_ANTENNA &&
         mediaDataClient() != nullptr) {
-        DAB_LOGD(DAB_TAG_PLAYER, "mCurrentAntStatus =%d,errorCurPublished=%d", mCurrentAntStatus,
-                 errorCurPublished);
+        DAB_LOGD(DAB_TAG_PLAYER, "mCurrentAntStatus =%d,errorCurPublished=%d", mCurrentAntStatus.load(),
+                 errorCurPublished.load());
         errorCurPublished = DAB_SERVER_ERROR_LEVEL_ANTENNA;
         publishErrorLevel(DAB_SERVER_ERROR_LEVEL_ANTENNA);
     }

@@ -96,7 +96,7 @@ int DABPlayerService::getBlockId(char* blockId) {
     }
     // The channel label is shown only in the channel-label display format.
     if (mCurrentDisplayFormat != 2) {
-        DAB_LOGD(DAB_TAG_PLAYER, "getBlockId mCurrentDisplayFormat = %d", mCurrentDisplayFormat);
+        DAB_LOGD(DAB_TAG_PLAYER, "getBlockId mCurrentDisplayFormat = %d", mCurrentDisplayFormat.load());
         return -1;
     }
     memcpy(blockId, channel->label, sizeof(channel->label));
@@ -147,7 +147,7 @@ int DABPlayerService::getEnsembleLabel(char* label, int* code) {
 }
 
 int DABPlayerService::getServiceLabel(char* label, int* code) {
-    DAB_LOGD(DAB_TAG_PLAYER, "in getServiceLabel isInPresetMemoryExtend =%d", isInPresetUpDown);
+    DAB_LOGD(DAB_TAG_PLAYER, "in getServiceLabel isInPresetMemoryExtend =%d", isInPresetUpDown.load());
     return getTitleLabel(EN_DAB_TEXT_TYPE_SERVICE, label, code);
 }
 
@@ -205,7 +205,7 @@ int DABPlayerService::getCompNum(int* num) {
     if (mCurrentCompTotal == 0 || mCurrentCompNum == 0) {
         DAB_LOGD(DAB_TAG_PLAYER,
                  "DABPlayerService::getCompTotal mCurrentCompNum==%d,mCurrentCompTotal== %d return error",
-                 mCurrentCompNum, mCurrentCompTotal);
+                 mCurrentCompNum.load(), mCurrentCompTotal.load());
         return -1;
     }
     if (isBusy(isInManualUPDownInFreqExtend)) {
@@ -220,7 +220,7 @@ int DABPlayerService::getCompNum(int* num) {
         return 0;
     }
     DAB_LOGD(DAB_TAG_PLAYER, "GETCOMPNUM isInManualUPDownInFreqExtend=%d",
-             isInManualUPDownInFreqExtend);
+             isInManualUPDownInFreqExtend.load());
     return -1;
 }
 

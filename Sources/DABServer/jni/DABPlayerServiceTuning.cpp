@@ -52,7 +52,7 @@ void DABPlayerService::cancelWaitEvent(int type) {
     worker->listItemCachedFinished(msg);
 }
 
-int DABPlayerService::clearBusyState(int& flag, int waitEventType) {
+int DABPlayerService::clearBusyState(std::atomic<int>& flag, int waitEventType) {
     if (flag == kBusy) {
         cancelWaitEvent(waitEventType);
         flag = kIdle;
@@ -60,7 +60,7 @@ int DABPlayerService::clearBusyState(int& flag, int waitEventType) {
     return 0;
 }
 
-void DABPlayerService::startBusyState(int& flag, int waitEventType, bool blankDisplay) {
+void DABPlayerService::startBusyState(std::atomic<int>& flag, int waitEventType, bool blankDisplay) {
     flag = kBusy;
     if (&flag != &isInSwitchBand) clearSwitchBandStatus();
     if (&flag != &isInManualUPDownInFreqExtend) clearManualUpDownStatus();
@@ -147,7 +147,7 @@ void DABPlayerService::onWaitEventTimeOut(int type) {
             level = DAB_SERVER_ERROR_LEVEL_TYPE2;
         }
         if (level != DAB_SERVER_ERROR_LEVEL_NONE) {
-            DAB_LOGD(DAB_TAG_PLAYER, "stError =%d,errorCurPublished=%d", error, errorCurPublished);
+            DAB_LOGD(DAB_TAG_PLAYER, "stError =%d,errorCurPublished=%d", error, errorCurPublished.load());
             errorCurPublished = level;
             mediaData->publishMediaData(String8(DAB_SERVER_MEDIA_DATA_KEY_ERROR), level);
         }

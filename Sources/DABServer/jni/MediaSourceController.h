@@ -88,13 +88,13 @@ private:
     mutable android::Mutex mReconnectLock;  // guards mReconnectThread; serialises reconnects
 
     // Released in reverse order of declaration: the thread, the service, then the source.
-    android::sp<android::Source> mSource;             // guarded by mStateLock
-    android::sp<DABPlayerService> mService;           // guarded by mStateLock
-    android::sp<android::Thread> mReconnectThread;    // guarded by mReconnectLock
-    int mMediaStatus;                                 // guarded by mStateLock
-    int mReconnectAttempts;                           // guarded by mStateLock
-    int64_t mLastAttemptNs;                           // guarded by mStateLock
-    int64_t mLastSuccessNs;                           // guarded by mStateLock
+    android::sp<android::Source> mSource GUARDED_BY(mStateLock);
+    android::sp<DABPlayerService> mService GUARDED_BY(mStateLock);
+    android::sp<android::Thread> mReconnectThread GUARDED_BY(mReconnectLock);
+    int mMediaStatus GUARDED_BY(mStateLock);
+    int mReconnectAttempts GUARDED_BY(mStateLock);
+    int64_t mLastAttemptNs GUARDED_BY(mStateLock);
+    int64_t mLastSuccessNs GUARDED_BY(mStateLock);
 };
 
 #endif  // DAB_SERVER_MEDIASOURCECONTROLLER_H

@@ -1,6 +1,8 @@
 #include "DABLibBackend.h"
 #include "RecordingDABLibBackend.h"
 
+#include "HostMutex.h"
+
 #include <dablib/DABLibIF.h>
 
 #include <mutex>
@@ -8,7 +10,7 @@
 namespace media_lib_dab {
 
 namespace {
-std::mutex gBackendLock;
+HostMutex gBackendLock;
 android::sp<DABLibBackend> gCurrent;                     // guarded by gBackendLock
 android::sp<DABLibBackend> (*gDefaultFactory)() = nullptr;  // guarded by gBackendLock
 }  // namespace
@@ -34,14 +36,14 @@ int DABLibBackend::getPchListItem(ST_DAB_PCH_LIST_ITEM*) { return 0; }
 int DABLibBackend::getSvcListItem(ST_DAB_SVC_LIST_DATA*) { return 0; }
 
 void DABLibBackend::setCurrent(const android::sp<DABLibBackend>& backend) {
-    std::lock_guard<std::mutex> lock(gBackendLock);
+    HostMutex::Autolock lock(gBackendLock);
     gCurrent = backend;
 }
 
 android::sp<DABLibBackend> DABLibBackend::current() {
     android::sp<DABLibBackend> backend;
     {
-        std::lock_guard<std::mutex> lock(gBackendLock);
+        HostMutex::Autolock lock(gBackendLock);
         if (gCurrent != nullptr) {
             backend = gCurrent;
         } else if (gDefaultFactory != nullptr) {
@@ -55,7 +57,7 @@ android::sp<DABLibBackend> DABLibBackend::current() {
 }
 
 void DABLibBackend::setDefaultFactory(android::sp<DABLibBackend> (*factory)()) {
-    std::lock_guard<std::mutex> lock(gBackendLock);
+    HostMutex::Autolock lock(gBackendLock);
     gDefaultFactory = factory;
 }
 

@@ -1,5 +1,7 @@
 #include "SimTuner.h"
 
+#include "HostMutex.h"
+
 #include "SimCharset.h"
 
 #include <log/log_tag_id.h>
@@ -18,16 +20,16 @@ constexpr int kLogError = 6;
 
 constexpr int kPowerOnDelayMs = 50;  // the tuner reports its state this long after start-up
 
-std::mutex gInstallLock;
+HostMutex gInstallLock;
 std::shared_ptr<const SimWorld> gDefaultWorld;  // guarded by gInstallLock
 
-std::mutex gActiveLock;
+HostMutex gActiveLock;
 android::wp<SimTuner> gActive;  // guarded by gActiveLock
 
 android::sp<DABLibBackend> makeDefaultTuner() {
     std::shared_ptr<const SimWorld> world;
     {
-        std::lock_guard<std::mutex> lock(gInstallLock);
+        HostMutex::Autolock lock(gInstallLock);
         world = gDefaultWorld;
     }
     if (world == nullptr) world = std::make_shared<SimWorld>(SimWorld::builtIn());
@@ -73,7 +75,7 @@ bool SimTuner::installAsDefault(std::string* error) {
                                world->origin.c_str(), static_cast<int>(world->ensembles.size()),
                                world->serviceCount());
     {
-        std::lock_guard<std::mutex> lock(gInstallLock);
+        HostMutex::Autolock lock(gInstallLock);
         gDefaultWorld = world;
     }
     DABLibBackend::setDefaultFactory(&makeDefaultTuner);
@@ -81,14 +83,14 @@ bool SimTuner::installAsDefault(std::string* error) {
 }
 
 android::sp<SimTuner> SimTuner::active() {
-    std::lock_guard<std::mutex> lock(gActiveLock);
+    HostMutex::Autolock lock(gActiveLock);
     return gActive.promote();
 }
 
 int SimTuner::initialize(DABNotifyCallback callback, void* cookie) {
     if (callback == nullptr) return -1;
     {
-        std::lock_guard<std::mutex> lock(mStateLock);
+        HostMutex::Autolock lock(mStateLock);
         if (mRunning) return -1;
         mCallback = callback;
         mCookie = cookie;
@@ -99,7 +101,7 @@ int SimTuner::initialize(DABNotifyCallback callback, void* cookie) {
         android::sp<SimTuner> self(this);
         mThread = std::thread([self, runId]() { self->threadLoop(runId); });
     }
-    std::lock_guard<std::mutex> lock(gActiveLock);
+    HostMutex::Autolock lock(gActiveLock);
     gActive = this;
     return 0;
 }
@@ -107,7 +109,7 @@ int SimTuner::initialize(DABNotifyCallback callback, void* cookie) {
 int SimTuner::finalize() {
     std::thread thread;
     {
-        std::lock_guard<std::mutex> lock(mStateLock);
+        HostMutex::Autolock lock(mStateLock);
         if (!mRunning) return 0;
         mRunning = false;
         ++mRunId;
@@ -116,7 +118,7 @@ int SimTuner::finalize() {
     }
     mStateWake.notify_all();
     {
-        std::lock_guard<std::mutex> lock(gActiveLock);
+        HostMutex::Autolock lock(gActiveLock);
         if (gActive.unsafe_get() == this) gActive.clear();
     }
     if (thread.joinable()) {
@@ -130,17 +132,17 @@ int SimTuner::finalize() {
 }
 
 void SimTuner::threadLoop(uint64_t runId) {
-    std::unique_lock<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     while (mRunId == runId) {
         if (mTimers.empty()) {
-            mStateWake.wait(lock);
+            mStateWake.wait(lock.native());
             continue;
         }
         auto first = mTimers.begin();
         // A copy: the node may go while the wait has released the lock.
         const Clock::time_point due = first->first.first;
         if (due > Clock::now()) {
-            mStateWake.wait_until(lock, due);
+            mStateWake.wait_until(lock.native(), due);
             continue;
         }
         Action action = std::move(first->second);
@@ -234,7 +236,7 @@ int SimTuner::command(const char* name) {
         if (!action) return 0;  // accepted; the simulated search needs no mode
     }
 
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     if (!mRunning) return -1;
     if (mUnresponsive) return 0;
     scheduleLocked(kCommandDelayMs, std::move(action));
@@ -243,7 +245,7 @@ int SimTuner::command(const char* name) {
 
 int SimTuner::pchMemory(int band, int preset) {
     if (band < 0 || band >= SimWorld::kBanks || preset < 1 || preset > SimWorld::kPresetsPerBank) return -1;
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     if (!mRunning) return -1;
     if (mUnresponsive) return 0;
     scheduleLocked(kCommandDelayMs, [this, band, preset](Outbox* out) { storePresetLocked(band + 1, preset, out); });
@@ -252,7 +254,7 @@ int SimTuner::pchMemory(int band, int preset) {
 
 int SimTuner::pchRecall(int band, int preset) {
     if (band < 0 || band >= SimWorld::kBanks || preset < 1 || preset > SimWorld::kPresetsPerBank) return -1;
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     if (!mRunning) return -1;
     if (mUnresponsive) return 0;
     scheduleLocked(kCommandDelayMs, [this, band, preset](Outbox* out) {
@@ -267,7 +269,7 @@ int SimTuner::pchRecall(int band, int preset) {
 }
 
 int SimTuner::serviceRecall(unsigned char nm, unsigned short eid, unsigned long sid, unsigned char scid) {
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     if (!mRunning) return -1;
     if (mUnresponsive) return 0;
     scheduleLocked(kCommandDelayMs, [this, nm, eid, sid, scid](Outbox* out) {
@@ -279,7 +281,7 @@ int SimTuner::serviceRecall(unsigned char nm, unsigned short eid, unsigned long 
 int SimTuner::getter(const char* name) {
     if (name == nullptr) return 0;
     const std::string g(name);
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     const SimWorld::Service* svc = serviceLocked();
     if (g == "getBand") return mBand;
     if (g == "getPchNum") return mPchNum;
@@ -302,7 +304,7 @@ int SimTuner::getter(const char* name) {
 int SimTuner::getTitleData(EN_DAB_TEXT_TYPE type, ST_DAB_TITLE_TEXT* out) {
     if (out == nullptr || type < EN_DAB_TEXT_TYPE_ENSEMBLE || type > EN_DAB_TEXT_TYPE_COMPONENT) return -1;
     memset(out, 0, sizeof(*out));
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     const SimWorld::Ensemble* ens = ensembleLocked();
     const SimWorld::Service* svc = serviceLocked();
     if (ens == nullptr || svc == nullptr) return 0;  // nothing received: no label at all
@@ -321,27 +323,27 @@ int SimTuner::getTitleData(EN_DAB_TEXT_TYPE type, ST_DAB_TITLE_TEXT* out) {
 
 int SimTuner::getDlsData(ST_DAB_DLS_TEXT* out) {
     if (out == nullptr) return -1;
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     *out = mDlsRecord;
     return 0;
 }
 
 int SimTuner::getPchListItem(ST_DAB_PCH_LIST_ITEM* out) {
     if (out == nullptr) return -1;
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     *out = mPchRecord;
     return 0;
 }
 
 int SimTuner::getSvcListItem(ST_DAB_SVC_LIST_DATA* out) {
     if (out == nullptr) return -1;
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     *out = mSvcRecord;
     return 0;
 }
 
 int SimTuner::scheduleControl(Action action) {
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     if (!mRunning) return -1;
     scheduleLocked(0, std::move(action));
     return 0;
@@ -404,14 +406,14 @@ int SimTuner::setDynamicText(const std::string& utf8, int charset) {
 }
 
 int SimTuner::dropNextListRequest() {
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     if (!mRunning) return -1;
     mDropNextList = true;
     return 0;
 }
 
 int SimTuner::setUnresponsive(bool unresponsive) {
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     if (!mRunning) return -1;
     mUnresponsive = unresponsive;
     return 0;

@@ -1,6 +1,7 @@
 #ifndef DAB_HOST_DABSIM_SIMTUNER_H
 #define DAB_HOST_DABSIM_SIMTUNER_H
 
+#include "HostMutex.h"
 #include "SimWorld.h"
 #include "dablib/DABLibBackend.h"
 
@@ -197,7 +198,7 @@ private:
     std::vector<SimWorld::ListEntry> mPtyLists[4];
     std::vector<SimWorld::ListEntry> mEnsembleList;
 
-    mutable std::mutex mStateLock;        // guards every field below
+    mutable HostMutex mStateLock;        // guards every field below
     std::condition_variable mStateWake;   // with mStateLock: new work or shutdown
 
     // Lifecycle.

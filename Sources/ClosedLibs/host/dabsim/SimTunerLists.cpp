@@ -3,6 +3,8 @@
 // notification a few ms later, with the record that getPchListItem or getSvcListItem reads.
 #include "SimTuner.h"
 
+#include "HostMutex.h"
+
 #include "SimCharset.h"
 
 #include <algorithm>
@@ -42,7 +44,7 @@ bool startsWith(const SimWorld::Label& label, uint8_t letter) {
 
 int SimTuner::pchListReq(uint8_t bandCode) {
     if (bandCode > 3) return -1;
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     if (!mRunning) return -1;
     if (mUnresponsive || takeListRequestLocked()) return 0;
     scheduleLocked(randomMsLocked(kListDelayMinMs, kListDelayMaxMs), [this, bandCode](Outbox* out) {
@@ -92,7 +94,7 @@ int SimTuner::ensembleCompListItemReq(uint8_t position, uint16_t eid) {
 }
 
 int SimTuner::requestListItem(ListKind kind, int position, int param) {
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     if (!mRunning) return -1;
     if (mUnresponsive || takeListRequestLocked()) return 0;
     scheduleLocked(randomMsLocked(kListDelayMinMs, kListDelayMaxMs), [this, kind, position, param](Outbox* out) {
@@ -132,7 +134,7 @@ void SimTuner::answerListItemLocked(ListKind kind, int position, int param, Outb
 }
 
 int SimTuner::svcListAbcSearchLabelReq(unsigned char position, unsigned char letter, unsigned char) {
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     if (!mRunning) return -1;
     if (mUnresponsive || takeListRequestLocked()) return 0;
     scheduleLocked(randomMsLocked(kListDelayMinMs, kListDelayMaxMs),

@@ -4,6 +4,8 @@
 // is behind live; it grows while paused. All times are in seconds and travel byte-swapped.
 #include "SimTuner.h"
 
+#include "HostMutex.h"
+
 #include <algorithm>
 
 namespace media_lib_dab {
@@ -83,7 +85,7 @@ void SimTuner::timeShiftCommandLocked(const std::string& name, Outbox* out) {
 
 int SimTuner::timeShiftMove(int direction, unsigned short amount) {
     if (direction != EN_DAB_TS_MOVE_BACKWARD) return -1;
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     if (!mRunning) return -1;
     if (mUnresponsive) return 0;
     scheduleLocked(kCommandDelayMs, [this, amount](Outbox* out) {

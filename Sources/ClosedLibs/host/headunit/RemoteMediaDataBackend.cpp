@@ -1,5 +1,7 @@
 #include "RemoteMediaDataBackend.h"
 
+#include "HostMutex.h"
+
 #include "HeadUnitNames.h"
 
 #include <binder/IServiceManager.h>
@@ -14,13 +16,13 @@ RemoteMediaDataBackend::~RemoteMediaDataBackend() {}
 sp<IHeadUnitMediaData> RemoteMediaDataBackend::service() {
     sp<IHeadUnitMediaData> dead;  // dropped after the lock is released
     {
-        std::lock_guard<std::mutex> lock(mServiceLock);
+        HostMutex::Autolock lock(mServiceLock);
         if (mService != nullptr && IInterface::asBinder(mService)->isBinderAlive()) return mService;
         dead = mService;
     }
     sp<IHeadUnitMediaData> found = interface_cast<IHeadUnitMediaData>(
             defaultServiceManager()->checkService(String16(kMediaDataService)));
-    std::lock_guard<std::mutex> lock(mServiceLock);
+    HostMutex::Autolock lock(mServiceLock);
     mService = found;
     return found;
 }

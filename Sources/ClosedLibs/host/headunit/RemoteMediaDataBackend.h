@@ -1,6 +1,7 @@
 #ifndef DAB_HOST_HEADUNIT_REMOTEMEDIADATABACKEND_H
 #define DAB_HOST_HEADUNIT_REMOTEMEDIADATABACKEND_H
 
+#include "HostMutex.h"
 #include "IHeadUnitMediaData.h"
 #include "MediaDataBackend.h"
 
@@ -26,8 +27,8 @@ private:
     // Any thread; the service known and alive, else a fresh lookup; null when none runs.
     android::sp<IHeadUnitMediaData> service();
 
-    std::mutex mServiceLock;                      // guards mService
-    android::sp<IHeadUnitMediaData> mService;     // guarded by mServiceLock
+    HostMutex mServiceLock;                      // guards mService
+    android::sp<IHeadUnitMediaData> mService GUARDED_BY(mServiceLock);
 };
 
 }  // namespace headunit

@@ -1,5 +1,7 @@
 #include "RemoteMediaManagerBackend.h"
 
+#include "HostMutex.h"
+
 #include "HeadUnitNames.h"
 #include "SourceListenerBinder.h"
 
@@ -21,7 +23,7 @@ RemoteMediaManagerBackend::~RemoteMediaManagerBackend() {}
 sp<IHeadUnitMediaManager> RemoteMediaManagerBackend::manager(bool lookUp) {
     sp<IBinder> dead;
     {
-        std::lock_guard<std::mutex> lock(mManagerLock);
+        HostMutex::Autolock lock(mManagerLock);
         if (mManager != nullptr) {
             if (IInterface::asBinder(mManager)->isBinderAlive()) return mManager;
             dead = IInterface::asBinder(mManager);
@@ -36,7 +38,7 @@ sp<IHeadUnitMediaManager> RemoteMediaManagerBackend::manager(bool lookUp) {
     sp<IHeadUnitMediaManager> replaced;
     bool isNew = false;
     {
-        std::lock_guard<std::mutex> lock(mManagerLock);
+        HostMutex::Autolock lock(mManagerLock);
         // Another thread may have looked it up meanwhile: the same remote object gives the
         // same proxy, which is linked once.
         isNew = (mManager == nullptr || IInterface::asBinder(mManager) != binder);
@@ -55,7 +57,7 @@ bool RemoteMediaManagerBackend::createSource(const String8& name,
     sp<SourceListenerBinder> binder = new SourceListenerBinder(listener);
     if (mm->createSource(name, binder) != 0) return false;
     sp<ISourceListener> previous;  // dropped after the lock is released
-    std::lock_guard<std::mutex> lock(mManagerLock);
+    HostMutex::Autolock lock(mManagerLock);
     previous = mSources[name.string()];
     mSources[name.string()] = listener;
     return true;
@@ -87,7 +89,7 @@ void RemoteMediaManagerBackend::forgetManager(const IBinder* dead) {
     std::map<std::string, sp<ISourceListener>> sources;
     sp<IHeadUnitMediaManager> forgotten;  // dropped after the lock is released
     {
-        std::lock_guard<std::mutex> lock(mManagerLock);
+        HostMutex::Autolock lock(mManagerLock);
         // A manager found after this one died already has its own sources.
         if (mManager == nullptr || IInterface::asBinder(mManager).get() != dead) return;
         forgotten = mManager;

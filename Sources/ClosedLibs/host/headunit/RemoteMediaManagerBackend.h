@@ -1,6 +1,7 @@
 #ifndef DAB_HOST_HEADUNIT_REMOTEMEDIAMANAGERBACKEND_H
 #define DAB_HOST_HEADUNIT_REMOTEMEDIAMANAGERBACKEND_H
 
+#include "HostMutex.h"
 #include "IHeadUnitMediaManager.h"
 #include "MediaManagerBackend.h"
 
@@ -41,8 +42,8 @@ private:
     // Any thread; once per dead manager: forgets it and asks its sources to reconnect.
     void forgetManager(const android::IBinder* dead);
 
-    std::mutex mManagerLock;                          // guards the fields below
-    android::sp<IHeadUnitMediaManager> mManager;      // guarded by mManagerLock
+    HostMutex mManagerLock;                          // guards the fields below
+    android::sp<IHeadUnitMediaManager> mManager GUARDED_BY(mManagerLock);
     // The listener each source was last created with, told when the manager dies.
     std::map<std::string, android::sp<android::ISourceListener>> mSources;  // mManagerLock
 };

@@ -1,5 +1,7 @@
 #include "RemoteSysCtrlBackend.h"
 
+#include "HostMutex.h"
+
 #include "HeadUnitNames.h"
 
 #include <binder/IServiceManager.h>
@@ -19,19 +21,19 @@ RemoteSysCtrlBackend::~RemoteSysCtrlBackend() {}
 sp<IHeadUnitSysCtrl> RemoteSysCtrlBackend::manager() {
     sp<IHeadUnitSysCtrl> dead;  // dropped after the lock is released
     {
-        std::lock_guard<std::mutex> lock(mStateLock);
+        HostMutex::Autolock lock(mStateLock);
         if (mManager != nullptr && IInterface::asBinder(mManager)->isBinderAlive()) return mManager;
         dead = mManager;
     }
     sp<IHeadUnitSysCtrl> found = interface_cast<IHeadUnitSysCtrl>(
             defaultServiceManager()->checkService(String16(kSysCtrlService)));
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     mManager = found;
     return found;
 }
 
 sp<SysCtrlListenerBinder> RemoteSysCtrlBackend::binderOf(SysCtrlManagerIF* client) {
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     auto it = mClients.find(client);
     return it == mClients.end() ? nullptr : it->second;
 }
@@ -48,7 +50,7 @@ int RemoteSysCtrlBackend::attach(SysCtrlManagerIF* client, int moduleId, int fla
     sp<SysCtrlListenerBinder> binder = new SysCtrlListenerBinder(client->listener());
     sp<SysCtrlListenerBinder> previous;  // a second attach replaces the first
     {
-        std::lock_guard<std::mutex> lock(mStateLock);
+        HostMutex::Autolock lock(mStateLock);
         previous = mClients[client];
         mClients[client] = binder;
     }
@@ -59,7 +61,7 @@ int RemoteSysCtrlBackend::attach(SysCtrlManagerIF* client, int moduleId, int fla
 void RemoteSysCtrlBackend::detach(SysCtrlManagerIF* client) {
     sp<SysCtrlListenerBinder> binder;
     {
-        std::lock_guard<std::mutex> lock(mStateLock);
+        HostMutex::Autolock lock(mStateLock);
         auto it = mClients.find(client);
         if (it == mClients.end()) return;
         binder = it->second;

@@ -1,6 +1,7 @@
 #ifndef DAB_HOST_HEADUNIT_REMOTESYSCTRLBACKEND_H
 #define DAB_HOST_HEADUNIT_REMOTESYSCTRLBACKEND_H
 
+#include "HostMutex.h"
 #include "IHeadUnitSysCtrl.h"
 #include "SysCtrlBackend.h"
 #include "SysCtrlListenerBinder.h"
@@ -36,8 +37,8 @@ private:
     // Any thread; the client's listener binder, null when it did not attach.
     android::sp<SysCtrlListenerBinder> binderOf(android::SysCtrlManagerIF* client);
 
-    std::mutex mStateLock;                        // guards the fields below
-    android::sp<IHeadUnitSysCtrl> mManager;       // guarded by mStateLock
+    HostMutex mStateLock;                        // guards the fields below
+    android::sp<IHeadUnitSysCtrl> mManager GUARDED_BY(mStateLock);
     std::map<android::SysCtrlManagerIF*, android::sp<SysCtrlListenerBinder>> mClients;  // same
 };
 

@@ -1,5 +1,7 @@
 #include "SysCtrlListenerBinder.h"
 
+#include "HostMutex.h"
+
 using namespace android;
 
 namespace headunit {
@@ -15,7 +17,7 @@ void SysCtrlListenerBinder::onSuspend() { post(kSuspend); }
 void SysCtrlListenerBinder::onResume() { post(kResume); }
 
 void SysCtrlListenerBinder::post(Transition transition) {
-    std::lock_guard<std::mutex> lock(mQueueLock);
+    HostMutex::Autolock lock(mQueueLock);
     if (mStopping || mListener == nullptr) return;
     mQueue.push_back(transition);
     // The thread starts with the first transition: a module that is never resumed keeps none.
@@ -28,9 +30,9 @@ void SysCtrlListenerBinder::post(Transition transition) {
 }
 
 void SysCtrlListenerBinder::threadLoop() {
-    std::unique_lock<std::mutex> lock(mQueueLock);
+    HostMutex::Autolock lock(mQueueLock);
     for (;;) {
-        mQueueChanged.wait(lock, [this] { return mStopping || !mQueue.empty(); });
+        while (!mStopping && mQueue.empty()) mQueueChanged.wait(lock.native());
         if (mStopping) return;
         const Transition transition = mQueue.front();
         mQueue.pop_front();
@@ -47,7 +49,7 @@ void SysCtrlListenerBinder::threadLoop() {
 void SysCtrlListenerBinder::stop() {
     std::thread thread;
     {
-        std::lock_guard<std::mutex> lock(mQueueLock);
+        HostMutex::Autolock lock(mQueueLock);
         mStopping = true;
         mQueue.clear();
         thread.swap(mThread);

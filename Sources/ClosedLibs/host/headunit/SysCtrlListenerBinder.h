@@ -1,6 +1,7 @@
 #ifndef DAB_HOST_HEADUNIT_SYSCTRLLISTENERBINDER_H
 #define DAB_HOST_HEADUNIT_SYSCTRLLISTENERBINDER_H
 
+#include "HostMutex.h"
 #include "IHeadUnitSysCtrlListener.h"
 
 #include <sysctrl/SysCtrlManagerIF.h>
@@ -39,10 +40,10 @@ private:
     void threadLoop();
 
     android::SysCtrlManagerListenerBase* const mListener;  // immutable, not owned
-    std::mutex mQueueLock;                  // guards the fields below
+    HostMutex mQueueLock;                  // guards the fields below
     std::condition_variable mQueueChanged;  // signalled under mQueueLock
-    std::deque<Transition> mQueue;          // guarded by mQueueLock
-    bool mStopping;                         // guarded by mQueueLock
+    std::deque<Transition> mQueue GUARDED_BY(mQueueLock);
+    bool mStopping GUARDED_BY(mQueueLock);
     std::thread mThread;                    // started on the first transition; mQueueLock
 };
 

@@ -1,13 +1,15 @@
 #include "MediaDataBackend.h"
 #include "RecordingMediaDataBackend.h"
 
+#include "HostMutex.h"
+
 #include <cstdlib>
 #include <mutex>
 
 namespace android {
 
 namespace {
-std::mutex gBackendLock;
+HostMutex gBackendLock;
 sp<MediaDataBackend> gCurrent;  // guarded by gBackendLock
 }  // namespace
 
@@ -17,14 +19,14 @@ int MediaDataBackend::attach() { return 0; }
 int MediaDataBackend::publish(const String8&, int) { return 0; }
 
 void MediaDataBackend::setCurrent(const sp<MediaDataBackend>& backend) {
-    std::lock_guard<std::mutex> lock(gBackendLock);
+    HostMutex::Autolock lock(gBackendLock);
     gCurrent = backend;
 }
 
 sp<MediaDataBackend> MediaDataBackend::current() {
     sp<MediaDataBackend> backend;
     {
-        std::lock_guard<std::mutex> lock(gBackendLock);
+        HostMutex::Autolock lock(gBackendLock);
         if (gCurrent == nullptr) gCurrent = new MediaDataBackend();
         backend = gCurrent;
     }

@@ -1,6 +1,8 @@
 #include "MediaManagerBackend.h"
 #include "RecordingMediaManagerBackend.h"
 
+#include "HostMutex.h"
+
 #include <binder/Parcel.h>
 #include <mediamanager/Source.h>
 
@@ -9,7 +11,7 @@
 namespace android {
 
 namespace {
-std::mutex gBackendLock;
+HostMutex gBackendLock;
 sp<MediaManagerBackend> gCurrent;  // guarded by gBackendLock
 }  // namespace
 
@@ -20,14 +22,14 @@ int MediaManagerBackend::publishMediaInfo(const String8&, const MediaInfoParcel&
 int MediaManagerBackend::setMediaStatus(const String8&, MediaStatus) { return -1; }
 
 void MediaManagerBackend::setCurrent(const sp<MediaManagerBackend>& backend) {
-    std::lock_guard<std::mutex> lock(gBackendLock);
+    HostMutex::Autolock lock(gBackendLock);
     gCurrent = backend;
 }
 
 sp<MediaManagerBackend> MediaManagerBackend::current() {
     sp<MediaManagerBackend> backend;
     {
-        std::lock_guard<std::mutex> lock(gBackendLock);
+        HostMutex::Autolock lock(gBackendLock);
         if (gCurrent == nullptr) gCurrent = new MediaManagerBackend();
         backend = gCurrent;
     }

@@ -1,12 +1,13 @@
 #include "ProcessSupportBackend.h"
 
+#include "HostMutex.h"
 #include "HostProcessSetup.h"
 
 #include <cstdlib>
 #include <mutex>
 
 namespace {
-std::mutex gBackendLock;
+HostMutex gBackendLock;
 android::sp<ProcessSupportBackend> gCurrent;  // guarded by gBackendLock
 }  // namespace
 
@@ -15,12 +16,12 @@ int ProcessSupportBackend::dropPrivileges() { return 0; }
 int ProcessSupportBackend::setOomAdj(int, int) { return 0; }
 
 void ProcessSupportBackend::setCurrent(const android::sp<ProcessSupportBackend>& backend) {
-    std::lock_guard<std::mutex> lock(gBackendLock);
+    HostMutex::Autolock lock(gBackendLock);
     gCurrent = backend;
 }
 
 android::sp<ProcessSupportBackend> ProcessSupportBackend::current() {
-    std::lock_guard<std::mutex> lock(gBackendLock);
+    HostMutex::Autolock lock(gBackendLock);
     if (gCurrent == nullptr) gCurrent = new ProcessSupportBackend();
     return gCurrent;
 }

@@ -1,12 +1,14 @@
 #include "SysCtrlBackend.h"
 #include "RecordingSysCtrlBackend.h"
 
+#include "HostMutex.h"
+
 #include <mutex>
 
 namespace android {
 
 namespace {
-std::mutex gBackendLock;
+HostMutex gBackendLock;
 sp<SysCtrlBackend> gCurrent;  // guarded by gBackendLock
 }  // namespace
 
@@ -17,14 +19,14 @@ int SysCtrlBackend::finishSuspend(SysCtrlManagerIF*) { return 0; }
 int SysCtrlBackend::finishResume(SysCtrlManagerIF*) { return 0; }
 
 void SysCtrlBackend::setCurrent(const sp<SysCtrlBackend>& backend) {
-    std::lock_guard<std::mutex> lock(gBackendLock);
+    HostMutex::Autolock lock(gBackendLock);
     gCurrent = backend;
 }
 
 sp<SysCtrlBackend> SysCtrlBackend::current() {
     sp<SysCtrlBackend> backend;
     {
-        std::lock_guard<std::mutex> lock(gBackendLock);
+        HostMutex::Autolock lock(gBackendLock);
         if (gCurrent == nullptr) gCurrent = new SysCtrlBackend();
         backend = gCurrent;
     }

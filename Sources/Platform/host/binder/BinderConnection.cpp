@@ -2,6 +2,7 @@
 
 #include "BinderHostHooks.h"
 #include "BinderRuntime.h"
+#include "HostMutex.h"
 #include "HostParcel.h"
 
 #include <binder/IPCThreadState.h>
@@ -90,7 +91,7 @@ void BinderConnection::OutMessage::closeFds() {
 }
 
 void BinderConnection::outgoingBacklog(size_t* messages, size_t* bytes) const {
-    std::lock_guard<std::mutex> out(mSocketLock);
+    HostMutex::Autolock out(mSocketLock);
     *messages = mOutQueue.size();
     int unread = 0;
     if (mFd < 0 || ioctl(mFd, SIOCOUTQ, &unread) != 0 || unread < 0) unread = 0;
@@ -98,17 +99,17 @@ void BinderConnection::outgoingBacklog(size_t* messages, size_t* bytes) const {
 }
 
 bool BinderConnection::isDead() const {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     return mDead;
 }
 
 size_t BinderConnection::exportedCount() const {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     return mExports.size();
 }
 
 size_t BinderConnection::importedCount() const {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     return mImports.size();
 }
 
@@ -247,7 +248,7 @@ ssize_t BinderConnection::sendPartLocked(OutMessage& message, size_t offset) {
 }
 
 status_t BinderConnection::sendLocked(OutMessage&& message) {
-    std::lock_guard<std::mutex> out(mSocketLock);
+    HostMutex::Autolock out(mSocketLock);
     if (mFd < 0 || mDropped) return DEAD_OBJECT;
     size_t offset = 0;
     if (mOutQueue.empty()) {
@@ -287,7 +288,7 @@ status_t BinderConnection::sendLocked(OutMessage&& message) {
 }
 
 void BinderConnection::onWritable() {
-    std::lock_guard<std::mutex> out(mSocketLock);
+    HostMutex::Autolock out(mSocketLock);
     if (mFd < 0) return;
     while (!mOutQueue.empty()) {
         OutMessage& front = mOutQueue.front();
@@ -318,7 +319,7 @@ void BinderConnection::updateEventsLocked() {
 }
 
 bool BinderConnection::tryOwnReading(uint32_t token) {
-    std::lock_guard<std::mutex> lock(mSocketLock);
+    HostMutex::Autolock lock(mSocketLock);
     if (mFd < 0 || mReadOwner != 0 || mEventReading) return false;
     mReadOwner = token;
     updateEventsLocked();
@@ -327,49 +328,49 @@ bool BinderConnection::tryOwnReading(uint32_t token) {
 
 void BinderConnection::releaseReading() {
     {
-        std::lock_guard<std::mutex> lock(mSocketLock);
+        HostMutex::Autolock lock(mSocketLock);
         mReadOwner = 0;
         updateEventsLocked();
     }
     // Other threads waiting on this connection may take the reading over: the pool may be
     // too busy to read their replies for them.
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     for (auto& waiter : mWaiters) {
         BinderThreadState* thread = waiter.second.first;
         if (thread == &BinderThreadState::self()) continue;
-        std::lock_guard<std::mutex> threadLock(thread->lock);
+        HostMutex::Autolock threadLock(thread->lock);
         thread->readingFreed = true;
         thread->wake.notify_one();
     }
 }
 
 bool BinderConnection::beginEventRead() {
-    std::lock_guard<std::mutex> lock(mSocketLock);
+    HostMutex::Autolock lock(mSocketLock);
     if (mFd < 0 || mReadOwner != 0) return false;
     mEventReading = true;
     return true;
 }
 
 void BinderConnection::endEventRead() {
-    std::lock_guard<std::mutex> lock(mSocketLock);
+    HostMutex::Autolock lock(mSocketLock);
     mEventReading = false;
 }
 
 void BinderConnection::rearm() {
-    std::lock_guard<std::mutex> lock(mSocketLock);
+    HostMutex::Autolock lock(mSocketLock);
     updateEventsLocked();
 }
 
 bool BinderConnection::pollOwned(BinderThreadState& self) {
     struct pollfd fds[2];
-    fds[0].fd = mFd;  // only this thread closes it while it owns the reading
+    fds[0].fd = fd();  // only this thread closes it while it owns the reading
     fds[0].events = POLLIN;
     fds[0].revents = 0;
     fds[1].fd = self.wakeFd();
     fds[1].events = POLLIN;
     fds[1].revents = 0;
     {
-        std::lock_guard<std::mutex> lock(mSocketLock);
+        HostMutex::Autolock lock(mSocketLock);
         if (!mOutQueue.empty()) fds[0].events |= POLLOUT;
     }
     const int n = poll(fds, 2, -1);
@@ -385,7 +386,7 @@ bool BinderConnection::pollOwned(BinderThreadState& self) {
 }
 
 void BinderConnection::shutdownSocket() {
-    std::lock_guard<std::mutex> out(mSocketLock);
+    HostMutex::Autolock out(mSocketLock);
     if (mFd >= 0) {
         mDropped = true;
         shutdown(mFd, SHUT_RDWR);
@@ -400,7 +401,7 @@ status_t BinderConnection::transact(uint32_t handle, uint32_t code, const Parcel
     header.flags = flags;
     if ((flags & IBinder::FLAG_ONEWAY) != 0) {
         header.type = kOneway;
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         if (mDead) return DEAD_OBJECT;
         OutMessage message;
         status_t err = encodeLocked(header, data, &message);
@@ -420,8 +421,9 @@ status_t BinderConnection::transact(uint32_t handle, uint32_t code, const Parcel
     self.wakeFd();  // made before `polling` can be seen by others
     bool owning = tryOwnReading(self.token);
     {
-        std::unique_lock<std::mutex> lock(mLock);
-        auto fail = [&](status_t err) {
+        HostMutex::Autolock lock(mLock);
+        // Ends the call early: the scope's lock is released here, before the reading.
+        auto fail = [&](status_t err) NO_THREAD_SAFETY_ANALYSIS {
             lock.unlock();
             if (owning) releaseReading();
             return err;
@@ -459,7 +461,7 @@ status_t BinderConnection::transact(uint32_t handle, uint32_t code, const Parcel
     // Wait: read the socket here when nobody else does, so the reply wakes this thread
     // directly; serve nested calls without holding the reading, which others may need.
     for (;;) {
-        std::unique_lock<std::mutex> lock(self.lock);
+        HostMutex::Autolock lock(self.lock);
         if (!self.inbox.empty()) {
             std::unique_ptr<BinderWork> nested = std::move(self.inbox.front());
             self.inbox.pop_front();
@@ -478,7 +480,7 @@ status_t BinderConnection::transact(uint32_t handle, uint32_t code, const Parcel
             owning = tryOwnReading(self.token);
             lock.lock();
             if (!owning) {
-                if (self.inbox.empty() && !call.done && !self.readingFreed) self.wake.wait(lock);
+                if (self.inbox.empty() && !call.done && !self.readingFreed) self.wake.wait(lock.native());
                 self.readingFreed = false;
                 continue;
             }
@@ -497,7 +499,7 @@ status_t BinderConnection::transact(uint32_t handle, uint32_t code, const Parcel
     }
     if (owning) releaseReading();
     {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         auto waiter = mWaiters.find(self.token);
         if (waiter != mWaiters.end() && --waiter->second.second == 0) mWaiters.erase(waiter);
     }
@@ -509,7 +511,7 @@ void BinderConnection::sendReply(uint32_t txnId, status_t status, const Parcel& 
     MessageHeader header = {};
     header.type = kReply;
     header.txnId = txnId;
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     if (mDead) return;
     OutMessage message;
     if (status == NO_ERROR) {
@@ -552,7 +554,7 @@ sp<IBinder> BinderConnection::importLocked(uint32_t handle) {
 }
 
 sp<BpBinder> BinderConnection::proxyForHandle(uint32_t handle) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     auto it = mImports.find(handle);
     if (it != mImports.end()) {
         sp<BpBinder> proxy = it->second.weak.promote();
@@ -568,7 +570,7 @@ sp<BpBinder> BinderConnection::proxyForHandle(uint32_t handle) {
 }
 
 void BinderConnection::proxyDestroyed(BpBinder* proxy, uint32_t handle) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     auto it = mImports.find(handle);
     if (it == mImports.end() || it->second.proxy != proxy) return;
     const uint64_t count = it->second.count;
@@ -591,43 +593,51 @@ void BinderConnection::proxyDestroyed(BpBinder* proxy, uint32_t handle) {
 
 // ---- Incoming ----
 
-bool BinderConnection::decodeLocked(const MessageHeader& header, const uint8_t* body,
-                                    Parcel* out) {
-    const ObjectEntry* table = nullptr;
-    std::vector<ObjectEntry> entries(header.objectCount);
-    if (header.objectCount > 0) {
-        memcpy(entries.data(), body + padded(header.dataSize),
-               header.objectCount * sizeof(ObjectEntry));
-        table = entries.data();
+void BinderConnection::fillParcel(const MessageHeader& header, const uint8_t* body,
+                                  const std::vector<ObjectEntry>& table,
+                                  const std::vector<sp<IBinder>>& objects, std::vector<int>* fds,
+                                  Parcel* out) {
+    out->setData(body, header.dataSize);
+    size_t nextFd = 0;
+    int32_t binderIndex = 0;
+    for (size_t i = 0; i < table.size() && i < objects.size(); ++i) {
+        out->setDataPosition(table[i].position);
+        if (table[i].kind == kObjectFileDescriptor) {
+            if (nextFd >= fds->size()) break;
+            out->writeInt32(static_cast<int32_t>(nextFd));
+            HostParcel::appendFdForTransport(out, (*fds)[nextFd], table[i].position);
+            (*fds)[nextFd++] = -1;
+            continue;
+        }
+        out->writeInt32(binderIndex++);
+        HostParcel::appendObjectForTransport(out, objects[i], table[i].position);
     }
+    out->setDataPosition(0);
+}
+
+bool BinderConnection::decodeLocked(const MessageHeader& header, const uint8_t* body,
+                                    const std::vector<ObjectEntry>& table, Parcel* out) {
     // First pass: every object of this process it names must be one the peer holds.
-    for (uint32_t i = 0; i < header.objectCount; ++i) {
-        if (table[i].kind == kObjectReceiverLocal && mExports.count(table[i].handle) == 0) {
+    for (const ObjectEntry& e : table) {
+        if (e.kind == kObjectReceiverLocal && mExports.count(e.handle) == 0) {
             __android_log_print_tag_id(kLogWarn, kBinderLogTagId, kBinderLogTag,
-                                       "unknown handle %u from pid %d refused", table[i].handle,
+                                       "unknown handle %u from pid %d refused", e.handle,
                                        mPeerPid);
             return false;
         }
     }
-    out->setData(body, header.dataSize);
-    // onReadable gave this message exactly as many descriptors as its table names.
-    size_t nextFd = 0;
-    int32_t binderIndex = 0;
-    for (uint32_t i = 0; i < header.objectCount; ++i) {
-        out->setDataPosition(table[i].position);
-        if (table[i].kind == kObjectFileDescriptor) {
-            out->writeInt32(static_cast<int32_t>(nextFd));
-            HostParcel::appendFdForTransport(out, mMsgFds[nextFd], table[i].position);
-            mMsgFds[nextFd++] = -1;
+    std::vector<sp<IBinder>> objects;
+    objects.reserve(table.size());
+    for (const ObjectEntry& e : table) {
+        if (e.kind == kObjectFileDescriptor) {
+            objects.push_back(nullptr);
             continue;
         }
-        sp<IBinder> object = table[i].kind == kObjectReceiverLocal
-                                     ? mExports[table[i].handle].object
-                                     : importLocked(table[i].handle);
-        out->writeInt32(binderIndex++);
-        HostParcel::appendObjectForTransport(out, object, table[i].position);
+        objects.push_back(e.kind == kObjectReceiverLocal ? mExports[e.handle].object
+                                                         : importLocked(e.handle));
     }
-    out->setDataPosition(0);
+    // onReadable gave this message exactly as many descriptors as its table names.
+    fillParcel(header, body, table, objects, &mMsgFds, out);
     return true;
 }
 
@@ -649,7 +659,7 @@ bool BinderConnection::onReadable() {
     msg.msg_iovlen = 1;
     msg.msg_control = control;
     msg.msg_controllen = sizeof(control);
-    const ssize_t n = recvmsg(mFd, &msg, MSG_CMSG_CLOEXEC);
+    const ssize_t n = recvmsg(fd(), &msg, MSG_CMSG_CLOEXEC);
     if (n > 0) {
         for (struct cmsghdr* c = CMSG_FIRSTHDR(&msg); c != nullptr; c = CMSG_NXTHDR(&msg, c)) {
             if (c->cmsg_level != SOL_SOCKET || c->cmsg_type != SCM_RIGHTS) continue;
@@ -675,18 +685,18 @@ bool BinderConnection::onReadable() {
         return false;
     }
     mInEnd += static_cast<size_t>(n);
+    std::vector<ObjectEntry> table;
     for (;;) {
         const size_t have = mInEnd - mInStart;
         if (have < sizeof(MessageHeader)) break;
         MessageHeader header;
-        memcpy(&header, mIn.data() + mInStart, sizeof(header));
-        uint32_t bodySize = 0;
-        const char* bad = checkHeader(header, &bodySize);
-        if (bad != nullptr) {
+        const char* bad = nullptr;
+        const ReadResult found = readMessage(mIn.data() + mInStart, have, &header, &table, &bad);
+        if (found == ReadResult::kBad) {
             protocolError(bad);
             return false;
         }
-        if (have < header.size) {
+        if (found == ReadResult::kNeedMore) {
             // Room for the whole message, bounded by the message size limit.
             if (mIn.size() - mInStart < header.size) {
                 memmove(mIn.data(), mIn.data() + mInStart, have);
@@ -697,19 +707,8 @@ bool BinderConnection::onReadable() {
             break;
         }
         const uint8_t* body = mIn.data() + mInStart + sizeof(MessageHeader);
-        uint32_t fdCount = 0;
-        if (header.objectCount > 0) {
-            std::vector<ObjectEntry> entries(header.objectCount);
-            memcpy(entries.data(), body + padded(header.dataSize),
-                   header.objectCount * sizeof(ObjectEntry));
-            bad = checkObjects(entries.data(), header.objectCount, header.dataSize);
-            if (bad != nullptr) {
-                protocolError(bad);
-                return false;
-            }
-            fdCount = countFds(entries.data(), header.objectCount);
-        }
         // The descriptors came with the message's first byte, so they are here by now.
+        const uint32_t fdCount = table.empty() ? 0 : countFds(table.data(), header.objectCount);
         if (fdCount > mInFds.size()) {
             protocolError("descriptor missing");
             return false;
@@ -719,7 +718,7 @@ bool BinderConnection::onReadable() {
             mInFds.pop_front();
         }
         mInStart += header.size;
-        const bool handled = handleMessage(header, body);
+        const bool handled = handleMessage(header, body, table);
         // Whatever the message's parcel did not take (a refused call) is closed here.
         for (int fd : mMsgFds) {
             if (fd >= 0) close(fd);
@@ -743,18 +742,19 @@ void BinderConnection::protocolError(const char* reason) {
                                "connection to pid %d closed: %s", mPeerPid, reason);
 }
 
-bool BinderConnection::handleMessage(const MessageHeader& header, const uint8_t* body) {
+bool BinderConnection::handleMessage(const MessageHeader& header, const uint8_t* body,
+                                     const std::vector<ObjectEntry>& table) {
     switch (header.type) {
         case kTransaction:
         case kOneway:
-            handleCall(header, body);
+            handleCall(header, body, table);
             if (mInboundQueued.load() > kMaxInboundQueued) {
                 protocolError("too many calls waiting to be served");
                 return false;
             }
             return true;
         case kReply:
-            return handleReply(header, body);
+            return handleReply(header, body, table);
         case kRelease:
             handleRelease(header);
             return true;
@@ -764,7 +764,8 @@ bool BinderConnection::handleMessage(const MessageHeader& header, const uint8_t*
     }
 }
 
-void BinderConnection::handleCall(const MessageHeader& header, const uint8_t* body) {
+void BinderConnection::handleCall(const MessageHeader& header, const uint8_t* body,
+                                  const std::vector<ObjectEntry>& table) {
     const bool oneway = header.type == kOneway;
     const uint32_t txnId = header.txnId;
     const uint32_t code = header.code;
@@ -777,7 +778,7 @@ void BinderConnection::handleCall(const MessageHeader& header, const uint8_t* bo
     bool refused = false;
     std::unique_ptr<BinderWork> work(new BinderWork());
     {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         if (mDead) return;
         if (header.handle == kContextHandle) {
             target = binderContextObject();
@@ -790,7 +791,7 @@ void BinderConnection::handleCall(const MessageHeader& header, const uint8_t* bo
                                        "transaction to unknown handle %u from pid %d refused",
                                        header.handle, mPeerPid);
             refused = true;
-        } else if (!decodeLocked(header, body, data.get())) {
+        } else if (!decodeLocked(header, body, table, data.get())) {
             refused = true;
         }
         if (!refused) {
@@ -803,7 +804,7 @@ void BinderConnection::handleCall(const MessageHeader& header, const uint8_t* bo
                 if (waiter != mWaiters.end()) nestedThread = waiter->second.first;
             }
             if (nestedThread != nullptr) {
-                std::lock_guard<std::mutex> threadLock(nestedThread->lock);
+                HostMutex::Autolock threadLock(nestedThread->lock);
                 nestedThread->inbox.push_back(std::move(work));
                 nestedThread->wake.notify_one();
                 if (nestedThread->polling) nestedThread->signalWakeLocked();
@@ -831,8 +832,9 @@ void BinderConnection::handleCall(const MessageHeader& header, const uint8_t* bo
     BinderRuntime::instance().queueWork(std::move(work));
 }
 
-bool BinderConnection::handleReply(const MessageHeader& header, const uint8_t* body) {
-    std::lock_guard<std::mutex> lock(mLock);
+bool BinderConnection::handleReply(const MessageHeader& header, const uint8_t* body,
+                                   const std::vector<ObjectEntry>& table) {
+    HostMutex::Autolock lock(mLock);
     auto it = mPending.find(header.txnId);
     if (it == mPending.end()) {
         protocolError("reply to no waiting call");
@@ -841,8 +843,8 @@ bool BinderConnection::handleReply(const MessageHeader& header, const uint8_t* b
     PendingCall* call = it->second;
     mPending.erase(it);
     status_t status = static_cast<status_t>(static_cast<int32_t>(header.code));
-    if (status == NO_ERROR && !decodeLocked(header, body, call->reply)) status = BAD_VALUE;
-    std::lock_guard<std::mutex> threadLock(call->thread->lock);
+    if (status == NO_ERROR && !decodeLocked(header, body, table, call->reply)) status = BAD_VALUE;
+    HostMutex::Autolock threadLock(call->thread->lock);
     call->status = status;
     call->done = true;
     call->thread->wake.notify_one();
@@ -852,7 +854,7 @@ bool BinderConnection::handleReply(const MessageHeader& header, const uint8_t* b
 void BinderConnection::handleRelease(const MessageHeader& header) {
     sp<IBinder> released;
     {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         auto it = mExports.find(header.handle);
         if (header.handle == kContextHandle) return;
         if (it == mExports.end() || header.code == 0 || header.code > it->second.refs) {
@@ -893,12 +895,12 @@ void BinderConnection::die() {
     std::vector<sp<BpBinder>> proxies;
     std::vector<sp<IBinder>> exports;
     {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         if (mDead) return;
         mDead = true;
         for (auto& pending : mPending) {
             PendingCall* call = pending.second;
-            std::lock_guard<std::mutex> threadLock(call->thread->lock);
+            HostMutex::Autolock threadLock(call->thread->lock);
             call->status = DEAD_OBJECT;
             call->done = true;
             call->thread->wake.notify_one();
@@ -912,7 +914,7 @@ void BinderConnection::die() {
             if (proxy != nullptr) proxies.push_back(proxy);
         }
         // Proxies keep their entries so that their destructors find nothing to release.
-        std::lock_guard<std::mutex> out(mSocketLock);
+        HostMutex::Autolock out(mSocketLock);
         if (mFd >= 0) {
             close(mFd);
             mFd = -1;

@@ -1,6 +1,7 @@
 #ifndef DAB_PLATFORM_HOST_BINDER_CONNECTION_H
 #define DAB_PLATFORM_HOST_BINDER_CONNECTION_H
 
+#include "HostMutex.h"
 #include "BinderWire.h"
 
 #include <binder/BpBinder.h>
@@ -75,9 +76,19 @@ public:
     // Runtime side. The registry id (set once before the socket is watched) and the socket.
     void setId(uint64_t id) { mId = id; }
     uint64_t id() const { return mId; }
-    int fd() const { return mFd; }
+    // Read without mSocketLock: only the reader closes the socket, and the runtime reads it
+    // before the socket is watched or on the reader's thread before die().
+    int fd() const NO_THREAD_SAFETY_ANALYSIS { return mFd; }
     // Pool side: an incoming call of this connection left the queue.
     void inboundStarted() { mInboundQueued.fetch_sub(1); }
+
+    // Any thread; non-blocking. Fills the empty parcel from a checked message body: the data,
+    // objects[i] in place of binder entry i of its object table, and the descriptors of fds in
+    // order for its descriptor entries (each taken is set to -1: the parcel owns it).
+    static void fillParcel(const binderwire::MessageHeader& header, const uint8_t* body,
+                           const std::vector<binderwire::ObjectEntry>& table,
+                           const std::vector<sp<IBinder>>& objects, std::vector<int>* fds,
+                           Parcel* out);
 
     // Test hooks. Any thread; non-blocking.
     size_t exportedCount() const;
@@ -125,32 +136,37 @@ private:
     // mLock held. Builds a message with the parcel's data and object table; registers the
     // objects it sends. FAILED_TRANSACTION when it does not fit.
     status_t encodeLocked(binderwire::MessageHeader header, const Parcel& parcel,
-                          OutMessage* out);
+                          OutMessage* out) REQUIRES(mLock);
     // mLock held. Fills the empty parcel from a message body; refuses (false, nothing built)
     // when it names an object of this process the peer does not hold.
-    bool decodeLocked(const binderwire::MessageHeader& header, const uint8_t* body, Parcel* out);
-    uint32_t exportLocked(const sp<IBinder>& object);
-    sp<IBinder> importLocked(uint32_t handle);
+    bool decodeLocked(const binderwire::MessageHeader& header, const uint8_t* body,
+                      const std::vector<binderwire::ObjectEntry>& table, Parcel* out)
+            REQUIRES(mLock);
+    uint32_t exportLocked(const sp<IBinder>& object) REQUIRES(mLock);
+    sp<IBinder> importLocked(uint32_t handle) REQUIRES(mLock);
     // mLock held. Queues or writes a whole message; DEAD_OBJECT when the socket is gone or
     // the queue bound is passed (then the connection is dropped, with one log line).
-    status_t sendLocked(OutMessage&& message);
+    status_t sendLocked(OutMessage&& message) REQUIRES(mLock);
     // mSocketLock held: one non-blocking send of the message from offset; the descriptors go
     // with the first byte and are closed once sent.
-    ssize_t sendPartLocked(OutMessage& message, size_t offset);
+    ssize_t sendPartLocked(OutMessage& message, size_t offset) REQUIRES(mSocketLock);
     void sendReply(uint32_t txnId, status_t status, const Parcel& reply);
     void sendErrorReply(uint32_t txnId, status_t status);
     // A waiting thread: takes the reading out of the epoll set; false when someone reads.
     bool tryOwnReading(uint32_t token);
     void releaseReading();
     // mSocketLock held: tells epoll what the socket is watched for now.
-    void updateEventsLocked();
+    void updateEventsLocked() REQUIRES(mSocketLock);
     // A waiting thread that owns the reading: waits for the socket or its wake fd once.
     // False when the connection ended.
     bool pollOwned(BinderThreadState& self);
     // The reader: one checked message.
-    bool handleMessage(const binderwire::MessageHeader& header, const uint8_t* body);
-    void handleCall(const binderwire::MessageHeader& header, const uint8_t* body);
-    bool handleReply(const binderwire::MessageHeader& header, const uint8_t* body);
+    bool handleMessage(const binderwire::MessageHeader& header, const uint8_t* body,
+                       const std::vector<binderwire::ObjectEntry>& table);
+    void handleCall(const binderwire::MessageHeader& header, const uint8_t* body,
+                    const std::vector<binderwire::ObjectEntry>& table);
+    bool handleReply(const binderwire::MessageHeader& header, const uint8_t* body,
+                     const std::vector<binderwire::ObjectEntry>& table);
     void handleRelease(const binderwire::MessageHeader& header);
     void protocolError(const char* reason);
     // A pool or waiting thread: runs one incoming call and answers it.
@@ -161,25 +177,25 @@ private:
     const uid_t mPeerUid;  // immutable
     uint64_t mId;          // set once before the socket is watched
 
-    mutable std::mutex mLock;
-    bool mDead;                                    // guarded by mLock
-    uint32_t mNextHandle;                          // guarded by mLock
-    uint32_t mNextTxnId;                           // guarded by mLock
-    std::map<uint32_t, Export> mExports;           // guarded by mLock
-    std::map<IBinder*, uint32_t> mExportHandles;   // guarded by mLock
-    std::map<uint32_t, Import> mImports;           // guarded by mLock
-    std::map<uint32_t, PendingCall*> mPending;     // guarded by mLock
+    mutable HostMutex mLock;
+    bool mDead GUARDED_BY(mLock);
+    uint32_t mNextHandle GUARDED_BY(mLock);
+    uint32_t mNextTxnId GUARDED_BY(mLock);
+    std::map<uint32_t, Export> mExports GUARDED_BY(mLock);
+    std::map<IBinder*, uint32_t> mExportHandles GUARDED_BY(mLock);
+    std::map<uint32_t, Import> mImports GUARDED_BY(mLock);
+    std::map<uint32_t, PendingCall*> mPending GUARDED_BY(mLock);
     // Threads waiting for a reply on this connection, with their nesting depth.
-    std::map<uint32_t, std::pair<BinderThreadState*, int>> mWaiters;  // guarded by mLock
+    std::map<uint32_t, std::pair<BinderThreadState*, int>> mWaiters GUARDED_BY(mLock);
 
-    mutable std::mutex mSocketLock;
-    int mFd;                                       // guarded by mSocketLock; -1 once closed
-    bool mDropped;                                 // guarded by mSocketLock
-    std::deque<OutMessage> mOutQueue;              // guarded by mSocketLock
-    size_t mOutFrontOffset;                        // guarded by mSocketLock
-    size_t mOutBytes;                              // guarded by mSocketLock
-    uint32_t mReadOwner;                           // guarded by mSocketLock: waiting thread
-    bool mEventReading;                            // guarded by mSocketLock: a pool thread
+    mutable HostMutex mSocketLock;
+    int mFd GUARDED_BY(mSocketLock);                                       // -1 once closed
+    bool mDropped GUARDED_BY(mSocketLock);
+    std::deque<OutMessage> mOutQueue GUARDED_BY(mSocketLock);
+    size_t mOutFrontOffset GUARDED_BY(mSocketLock);
+    size_t mOutBytes GUARDED_BY(mSocketLock);
+    uint32_t mReadOwner GUARDED_BY(mSocketLock);                           // waiting thread
+    bool mEventReading GUARDED_BY(mSocketLock);                            // a pool thread
 
     // The reader only (handed over under mSocketLock): bytes read and not yet handled.
     std::vector<uint8_t> mIn;

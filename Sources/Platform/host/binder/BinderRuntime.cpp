@@ -1,5 +1,7 @@
 #include "BinderRuntime.h"
 
+#include "HostMutex.h"
+
 #include "BinderConnection.h"
 
 #include <log/log_tag_id.h>
@@ -126,7 +128,7 @@ BinderThreadState::~BinderThreadState() {
 int BinderThreadState::wakeFd() {
     if (mWakeFd < 0) {
         const int fd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-        std::lock_guard<std::mutex> guard(lock);
+        HostMutex::Autolock guard(lock);
         mWakeFd = fd;
     }
     return mWakeFd;
@@ -233,7 +235,7 @@ std::string BinderRuntime::socketPath(const std::string& name) {
 status_t BinderRuntime::listen(const std::string& name) {
     if (!isValidSocketName(name)) return BAD_VALUE;
     {
-        std::lock_guard<std::mutex> lock(mRegistryLock);
+        HostMutex::Autolock lock(mRegistryLock);
         for (const auto& entry : mListeners) {
             if (entry.second.name == name) return NO_ERROR;
         }
@@ -276,7 +278,7 @@ status_t BinderRuntime::listen(const std::string& name) {
         unlink(path.c_str());
         return PERMISSION_DENIED;
     }
-    std::lock_guard<std::mutex> lock(mRegistryLock);
+    HostMutex::Autolock lock(mRegistryLock);
     ensureEpollLocked();
     const uint64_t id = mNextId++;
     mListeners[id] = Listener{fd, name, path, st.st_dev, st.st_ino};
@@ -319,7 +321,7 @@ sp<BinderConnection> BinderRuntime::connectToService(const std::string& name) {
         return nullptr;
     }
     setNonBlocking(fd);
-    std::lock_guard<std::mutex> lock(mRegistryLock);
+    HostMutex::Autolock lock(mRegistryLock);
     // One connection per pair of processes: a second service of a process already connected
     // is reached over the same socket.
     for (const auto& entry : mConnections) {
@@ -361,7 +363,7 @@ void BinderRuntime::ensureEpollLocked() {
     epoll_ctl(standbyFd, EPOLL_CTL_ADD, timerFd, &ev);
     mEpollFd = epollFd;
     // From now on pool threads wait in epoll: wake the ones waiting for it, or start one.
-    std::lock_guard<std::mutex> lock(mWorkLock);
+    HostMutex::Autolock lock(mWorkLock);
     mWorkEventFd = workFd;
     mStandbyEpollFd = standbyFd;
     mStandbyWorkFd = standbyWorkFd;
@@ -416,7 +418,7 @@ void BinderRuntime::handleEvent(const struct epoll_event& event) {
     }
     sp<BinderConnection> connection;
     {
-        std::lock_guard<std::mutex> lock(mRegistryLock);
+        HostMutex::Autolock lock(mRegistryLock);
         if (mListeners.count(id) != 0) {
             acceptLocked(id);
             return;
@@ -443,7 +445,7 @@ void BinderRuntime::handleEvent(const struct epoll_event& event) {
 
 void BinderRuntime::retireConnection(const sp<BinderConnection>& connection) {
     {
-        std::lock_guard<std::mutex> lock(mRegistryLock);
+        HostMutex::Autolock lock(mRegistryLock);
         epoll_ctl(mEpollFd, EPOLL_CTL_DEL, connection->fd(), nullptr);
         mConnections.erase(connection->id());
     }
@@ -483,7 +485,7 @@ void BinderRuntime::wakeForWorkLocked() {
 }
 
 void BinderRuntime::queueWork(std::unique_ptr<BinderWork> work) {
-    std::lock_guard<std::mutex> lock(mWorkLock);
+    HostMutex::Autolock lock(mWorkLock);
     if (work->onewayTarget != nullptr) {
         auto busy = mOnewayQueues.find(work->onewayTarget);
         if (busy != mOnewayQueues.end()) {
@@ -512,13 +514,13 @@ void BinderRuntime::finishOneway(IBinder* target) {
 
 void BinderRuntime::joinPool() {
     {
-        std::lock_guard<std::mutex> lock(mWorkLock);
+        HostMutex::Autolock lock(mWorkLock);
         mPoolThreads++;
     }
     poolLoop();
 }
 
-void BinderRuntime::runOneLocked(std::unique_lock<std::mutex>& lock) {
+void BinderRuntime::runOneLocked() {
     std::unique_ptr<BinderWork> work = std::move(mWork.front());
     mWork.pop_front();
     // Nobody watches the sockets while this thread is away in user code: if it stays away
@@ -527,27 +529,27 @@ void BinderRuntime::runOneLocked(std::unique_lock<std::mutex>& lock) {
         if (mStandbyThreads == 0) spawnLocked();
         if (!mStallTimerArmed) armStallTimerLocked();
     }
-    lock.unlock();
+    mWorkLock.unlock();
     if (work->inboundFrom != nullptr) work->inboundFrom->inboundStarted();
     work->run();
     IBinder* target = work->onewayTarget;
     // References the call held go here, outside every lock: destructors may run.
     work.reset();
-    lock.lock();
+    mWorkLock.lock();
     if (target != nullptr) finishOneway(target);
 }
 
 void BinderRuntime::poolLoop() {
     BinderThreadState& self = BinderThreadState::self();
-    std::unique_lock<std::mutex> lock(mWorkLock);
+    HostMutex::Autolock lock(mWorkLock);
     for (;;) {
         if (!mWork.empty()) {
-            runOneLocked(lock);
+            runOneLocked();
             continue;
         }
         if (!mEpollReady) {
             // No socket yet: nothing can arrive but the first one.
-            mWorkAvailable.wait(lock);
+            mWorkAvailable.wait(lock.native());
             continue;
         }
         if (mLeaderPresent) {
@@ -594,7 +596,7 @@ void BinderRuntime::poolLoop() {
 }
 
 void BinderRuntime::setMaxPoolThreads(size_t maxThreads) {
-    std::lock_guard<std::mutex> lock(mWorkLock);
+    HostMutex::Autolock lock(mWorkLock);
     // One thread may be the leader: at least one more serves.
     mMaxPoolThreads = maxThreads > 2 ? maxThreads : 2;
 }
@@ -603,19 +605,19 @@ void BinderRuntime::setMaxPoolThreads(size_t maxThreads) {
 
 size_t BinderRuntime::connectionCount() {
     BinderRuntime& self = instance();
-    std::lock_guard<std::mutex> lock(self.mRegistryLock);
+    HostMutex::Autolock lock(self.mRegistryLock);
     return self.mConnections.size();
 }
 
 size_t BinderRuntime::poolThreadCount() {
     BinderRuntime& self = instance();
-    std::lock_guard<std::mutex> lock(self.mWorkLock);
+    HostMutex::Autolock lock(self.mWorkLock);
     return self.mPoolThreads;
 }
 
 void BinderRuntime::stopListening() {
     BinderRuntime& self = instance();
-    std::lock_guard<std::mutex> lock(self.mRegistryLock);
+    HostMutex::Autolock lock(self.mRegistryLock);
     for (auto& entry : self.mListeners) {
         const Listener& listener = entry.second;
         epoll_ctl(self.mEpollFd, EPOLL_CTL_DEL, listener.fd, nullptr);
@@ -631,7 +633,7 @@ void BinderRuntime::stopListening() {
 
 void BinderRuntime::unlinkOwnSockets() {
     BinderRuntime& self = instance();
-    std::lock_guard<std::mutex> lock(self.mRegistryLock);
+    HostMutex::Autolock lock(self.mRegistryLock);
     for (const auto& entry : self.mListeners) {
         const Listener& listener = entry.second;
         struct stat st;
@@ -646,7 +648,7 @@ void BinderRuntime::closeAllConnections() {
     std::vector<sp<BinderConnection>> connections;
     {
         BinderRuntime& self = instance();
-        std::lock_guard<std::mutex> lock(self.mRegistryLock);
+        HostMutex::Autolock lock(self.mRegistryLock);
         for (const auto& entry : self.mConnections) connections.push_back(entry.second);
     }
     for (const sp<BinderConnection>& connection : connections) connection->shutdownSocket();

@@ -26,6 +26,7 @@
 //   (the connection is taken out of the epoll set meanwhile), and serves the calls nested
 //   in its own call, so a callback into a process that waits on the caller cannot deadlock.
 
+#include "HostMutex.h"
 #include <binder/IBinder.h>
 #include <utils/RefBase.h>
 
@@ -92,14 +93,14 @@ struct BinderThreadState {
     // use).
     int wakeFd();
     // Any thread, lock held: wakes the owner out of its poll.
-    void signalWakeLocked();
+    void signalWakeLocked() REQUIRES(lock);
 
     const uint32_t token;                              // immutable, unique in the process
-    std::mutex lock;                                   // guards inbox, polling and call states
+    HostMutex lock;                                   // guards inbox, polling and call states
     std::condition_variable wake;                      // signalled under lock
-    std::deque<std::unique_ptr<BinderWork>> inbox;     // guarded by lock: nested calls
-    bool polling;                                      // guarded by lock: in poll on wakeFd
-    bool readingFreed;  // guarded by lock: a connection it waits on is free to read
+    std::deque<std::unique_ptr<BinderWork>> inbox GUARDED_BY(lock);     // nested calls
+    bool polling GUARDED_BY(lock);                                      // in poll on wakeFd
+    bool readingFreed GUARDED_BY(lock);  // a connection it waits on is free to read
     std::vector<Served> stack;                         // owner thread only: calls being served
     bool handlingEvent;                                // owner thread only: in a socket event
 
@@ -171,49 +172,51 @@ private:
     // First use of the runtime: a process whose runtime directory is refused says why on
     // stderr and exits with status 1.
     static void refuseUnsafeDirectory();
-    void ensureEpollLocked();
+    void ensureEpollLocked() REQUIRES(mRegistryLock);
     // A pool thread: one event of the epoll set.
     void handleEvent(const struct epoll_event& event);
-    uint64_t registerConnectionLocked(const sp<BinderConnection>& connection);
-    void acceptLocked(uint64_t id);
+    uint64_t registerConnectionLocked(const sp<BinderConnection>& connection)
+            REQUIRES(mRegistryLock);
+    void acceptLocked(uint64_t id) REQUIRES(mRegistryLock);
     void poolLoop();
     // mWorkLock held: gets a thread to take one more queued item.
-    void wakeForWorkLocked();
+    void wakeForWorkLocked() REQUIRES(mWorkLock);
     // mWorkLock held: starts the one-shot timer that makes a standby thread check the lead.
-    void armStallTimerLocked();
-    // mWorkLock held: runs the first queued item with the lock released.
-    void runOneLocked(std::unique_lock<std::mutex>& lock);
-    bool spawnLocked();
-    void finishOneway(IBinder* target);
+    void armStallTimerLocked() REQUIRES(mWorkLock);
+    // mWorkLock held: runs the first queued item with the lock released meanwhile.
+    void runOneLocked() REQUIRES(mWorkLock);
+    bool spawnLocked() REQUIRES(mWorkLock);
+    void finishOneway(IBinder* target) REQUIRES(mWorkLock);
     static void unlinkOwnSockets();
 
     // Guards the registry: connections, listeners and the epoll set.
-    mutable std::mutex mRegistryLock;
+    mutable HostMutex mRegistryLock;
     int mEpollFd;                       // set once under mRegistryLock, then read freely
-    uint64_t mNextId;                                          // guarded by mRegistryLock
-    std::map<uint64_t, sp<BinderConnection>> mConnections;     // guarded by mRegistryLock
-    std::map<uint64_t, Listener> mListeners;                   // guarded by mRegistryLock
-    bool mAtExitRegistered;                                    // guarded by mRegistryLock
+    uint64_t mNextId GUARDED_BY(mRegistryLock);
+    std::map<uint64_t, sp<BinderConnection>> mConnections GUARDED_BY(mRegistryLock);
+    std::map<uint64_t, Listener> mListeners GUARDED_BY(mRegistryLock);
+    bool mAtExitRegistered GUARDED_BY(mRegistryLock);
 
     // Guards the pool: its queue, one-way queues and thread counts.
-    std::mutex mWorkLock;
+    HostMutex mWorkLock;
     std::condition_variable mWorkAvailable;                    // signalled under mWorkLock
-    std::deque<std::unique_ptr<BinderWork>> mWork;             // guarded by mWorkLock
+    std::deque<std::unique_ptr<BinderWork>> mWork GUARDED_BY(mWorkLock);
     // A target with an entry has a one-way call queued or running; the deque holds the ones
     // after it.
-    std::map<IBinder*, std::deque<std::unique_ptr<BinderWork>>> mOnewayQueues;  // mWorkLock
-    size_t mPoolThreads;                                       // guarded by mWorkLock
-    size_t mMaxPoolThreads;                                    // guarded by mWorkLock
+    std::map<IBinder*, std::deque<std::unique_ptr<BinderWork>>> mOnewayQueues
+            GUARDED_BY(mWorkLock);
+    size_t mPoolThreads GUARDED_BY(mWorkLock);
+    size_t mMaxPoolThreads GUARDED_BY(mWorkLock);
     int mWorkEventFd;      // set once under mWorkLock: one token per item for epoll waiters
     int mStandbyEpollFd;   // set once under mWorkLock: the standby threads' set
     int mStandbyWorkFd;    // set once under mWorkLock: wakes a standby thread for work
     int mStallTimerFd;     // set once under mWorkLock: wakes a standby thread to lead
-    bool mEpollReady;                                          // guarded by mWorkLock
-    bool mLeaderPresent;   // guarded by mWorkLock: a thread waits in the main set
-    bool mStallTimerArmed;                                     // guarded by mWorkLock
-    uint64_t mLeaderTurns;  // guarded by mWorkLock: times a thread became the leader
-    uint64_t mTimerTurns;   // guarded by mWorkLock: mLeaderTurns when the timer was armed
-    size_t mStandbyThreads;  // guarded by mWorkLock: threads waiting in the standby set
+    bool mEpollReady GUARDED_BY(mWorkLock);
+    bool mLeaderPresent GUARDED_BY(mWorkLock);   // a thread waits in the main set
+    bool mStallTimerArmed GUARDED_BY(mWorkLock);
+    uint64_t mLeaderTurns GUARDED_BY(mWorkLock);  // times a thread became the leader
+    uint64_t mTimerTurns GUARDED_BY(mWorkLock);   // mLeaderTurns when the timer was armed
+    size_t mStandbyThreads GUARDED_BY(mWorkLock);  // threads waiting in the standby set
 };
 
 // The process's context object: handle 0 of every connection, which looks up the services

@@ -10,6 +10,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <vector>
 
 namespace android {
 namespace binderwire {
@@ -160,6 +162,33 @@ inline const char* checkObjects(const ObjectEntry* entries, uint32_t count, uint
         next = static_cast<uint64_t>(e.position) + 4;
     }
     return nullptr;
+}
+
+// What readMessage found at the front of a stream buffer.
+enum class ReadResult {
+    kNeedMore,  // not a whole message yet; *header is valid once its bytes are in
+    kMessage,   // one checked message: header, body and object table
+    kBad,       // malformed: the connection ends with *reason
+};
+
+// Reads the message at the front of bytes[0, have): checks the header as soon as it is in,
+// then, once the whole message is in, copies out the object table (the body need not be
+// aligned) and checks it against the data. The body starts sizeof(MessageHeader) bytes in.
+inline ReadResult readMessage(const uint8_t* bytes, size_t have, MessageHeader* header,
+                              std::vector<ObjectEntry>* objects, const char** reason) {
+    if (have < sizeof(MessageHeader)) return ReadResult::kNeedMore;
+    memcpy(header, bytes, sizeof(MessageHeader));
+    uint32_t bodySize = 0;
+    *reason = checkHeader(*header, &bodySize);
+    if (*reason != nullptr) return ReadResult::kBad;
+    if (have < header->size) return ReadResult::kNeedMore;
+    objects->resize(header->objectCount);
+    if (header->objectCount > 0) {
+        memcpy(objects->data(), bytes + sizeof(MessageHeader) + padded(header->dataSize),
+               header->objectCount * sizeof(ObjectEntry));
+    }
+    *reason = checkObjects(objects->data(), header->objectCount, header->dataSize);
+    return *reason != nullptr ? ReadResult::kBad : ReadResult::kMessage;
 }
 
 }  // namespace binderwire

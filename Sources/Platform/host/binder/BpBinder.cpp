@@ -1,3 +1,4 @@
+#include "HostMutex.h"
 #include <binder/BpBinder.h>
 #include <binder/Parcel.h>
 
@@ -17,7 +18,7 @@ BpBinder* BpBinder::remoteBinder() { return this; }
 
 const String16& BpBinder::getInterfaceDescriptor() const {
     {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         if (mDescriptorKnown) return mDescriptor;
     }
     Parcel data;
@@ -26,7 +27,7 @@ const String16& BpBinder::getInterfaceDescriptor() const {
     if (const_cast<BpBinder*>(this)->transact(INTERFACE_TRANSACTION, data, &reply) == NO_ERROR) {
         descriptor = reply.readString16();
     }
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     if (!mDescriptorKnown) {
         mDescriptor = descriptor;
         mDescriptorKnown = true;
@@ -59,7 +60,7 @@ status_t BpBinder::transact(uint32_t code, const Parcel& data, Parcel* reply, ui
 status_t BpBinder::linkToDeath(const sp<DeathRecipient>& recipient, void* cookie, uint32_t flags) {
     if (recipient == nullptr) return BAD_VALUE;
     {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         if (!mObituarySent) {
             mObituaries.push_back(Obituary{recipient, cookie, flags});
             return NO_ERROR;
@@ -71,7 +72,7 @@ status_t BpBinder::linkToDeath(const sp<DeathRecipient>& recipient, void* cookie
 
 status_t BpBinder::unlinkToDeath(const wp<DeathRecipient>& recipient, void* cookie,
                                  uint32_t flags, wp<DeathRecipient>* outRecipient) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     if (mObituarySent) return DEAD_OBJECT;
     for (auto it = mObituaries.begin(); it != mObituaries.end(); ++it) {
         if (it->cookie == cookie && (flags == 0 || it->flags == flags) &&
@@ -87,7 +88,7 @@ status_t BpBinder::unlinkToDeath(const wp<DeathRecipient>& recipient, void* cook
 void BpBinder::sendObituary() {
     std::vector<Obituary> obituaries;
     {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         if (mObituarySent) return;
         mObituarySent = true;
         obituaries.swap(mObituaries);

@@ -1,3 +1,4 @@
+#include "HostMutex.h"
 #include <binder/IBinder.h>
 #include <binder/IPCThreadState.h>
 #include <binder/ProcessState.h>
@@ -11,13 +12,13 @@
 namespace android {
 
 namespace {
-std::mutex gProcessLock;
+HostMutex gProcessLock;
 // Never destroyed: pool threads may still use it while the process exits.
 sp<ProcessState>* gProcess = new sp<ProcessState>();  // guarded by gProcessLock
 }  // namespace
 
 sp<ProcessState> ProcessState::self() {
-    std::lock_guard<std::mutex> lock(gProcessLock);
+    HostMutex::Autolock lock(gProcessLock);
     if (*gProcess == nullptr) *gProcess = new ProcessState();
     return *gProcess;
 }
@@ -28,7 +29,7 @@ ProcessState::~ProcessState() {}
 // Pool threads are spawned when incoming work finds none free, so a process that never talks
 // to another one keeps no extra threads; starting the pool only records the intent.
 void ProcessState::startThreadPool() {
-    std::lock_guard<std::mutex> lock(gProcessLock);
+    HostMutex::Autolock lock(gProcessLock);
     mThreadPoolStarted = true;
 }
 

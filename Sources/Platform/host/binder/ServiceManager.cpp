@@ -1,3 +1,4 @@
+#include "HostMutex.h"
 #include <binder/BpBinder.h>
 #include <binder/IServiceManager.h>
 #include <binder/Parcel.h>
@@ -29,9 +30,9 @@ class LocalServiceManager : public IServiceManager {
 public:
     // Waits up to maxWait for the name to be added in this process.
     sp<IBinder> waitService(const String16& name, std::chrono::milliseconds maxWait) const {
-        std::unique_lock<std::mutex> lock(mServicesLock);
+        HostMutex::Autolock lock(mServicesLock);
         auto found = [&] { return mServices.count(String8(name).string()) != 0; };
-        mServicesAdded.wait_for(lock, maxWait, found);
+        mServicesAdded.wait_for(lock.native(), maxWait, found);
         auto it = mServices.find(String8(name).string());
         return it == mServices.end() ? nullptr : it->second;
     }
@@ -41,7 +42,7 @@ public:
     }
 
     sp<IBinder> checkService(const String16& name) const override {
-        std::lock_guard<std::mutex> lock(mServicesLock);
+        HostMutex::Autolock lock(mServicesLock);
         auto it = mServices.find(String8(name).string());
         return it == mServices.end() ? nullptr : it->second;
     }
@@ -49,7 +50,7 @@ public:
     status_t addService(const String16& name, const sp<IBinder>& service, bool) override {
         if (service == nullptr) return BAD_VALUE;
         {
-            std::lock_guard<std::mutex> lock(mServicesLock);
+            HostMutex::Autolock lock(mServicesLock);
             mServices[String8(name).string()] = service;
         }
         mServicesAdded.notify_all();
@@ -58,19 +59,19 @@ public:
 
     void clear() {
         std::map<std::string, sp<IBinder>> old;
-        std::lock_guard<std::mutex> lock(mServicesLock);
+        HostMutex::Autolock lock(mServicesLock);
         old.swap(mServices);
     }
 
     Vector<String16> listServices() override {
-        std::lock_guard<std::mutex> lock(mServicesLock);
+        HostMutex::Autolock lock(mServicesLock);
         Vector<String16> names;
         for (const auto& entry : mServices) names.add(String16(entry.first.c_str()));
         return names;
     }
 
 private:
-    mutable std::mutex mServicesLock;
+    mutable HostMutex mServicesLock;
     mutable std::condition_variable mServicesAdded;  // signalled after an add
     std::map<std::string, sp<IBinder>> mServices;    // guarded by mServicesLock
 };
@@ -176,7 +177,7 @@ protected:
     }
 };
 
-std::mutex gDefaultLock;
+HostMutex gDefaultLock;
 // Never destroyed, as the local map.
 sp<IServiceManager>* gDefault = new sp<IServiceManager>();  // guarded by gDefaultLock
 
@@ -190,13 +191,13 @@ sp<IBinder> binderContextObject() {
 void clearLocalServices() { localServices()->clear(); }
 
 sp<IServiceManager> defaultServiceManager() {
-    std::lock_guard<std::mutex> lock(gDefaultLock);
+    HostMutex::Autolock lock(gDefaultLock);
     if (*gDefault == nullptr) *gDefault = new HostServiceManager();
     return *gDefault;
 }
 
 void setDefaultServiceManager(const sp<IServiceManager>& sm) {
-    std::lock_guard<std::mutex> lock(gDefaultLock);
+    HostMutex::Autolock lock(gDefaultLock);
     *gDefault = sm;
 }
 

@@ -1,5 +1,7 @@
 #include "HostLog.h"
 
+#include "HostMutex.h"
+
 #include <log/log_tag_id.h>
 
 #include <cstdarg>
@@ -11,10 +13,10 @@
 namespace HostLog {
 namespace {
 
-std::mutex gSinkLock;
+HostMutex gSinkLock;
 Sink gSink;          // guarded by gSinkLock
 bool gEcho = false;  // guarded by gSinkLock
-std::mutex gStderrLock;  // keeps lines whole on stderr
+HostMutex gStderrLock;  // keeps lines whole on stderr
 
 char priorityLetter(int prio) {
     static const char kLetters[] = "??VDIWEF";
@@ -24,14 +26,14 @@ char priorityLetter(int prio) {
 }  // namespace
 
 Sink setSink(Sink sink) {
-    std::lock_guard<std::mutex> lock(gSinkLock);
+    HostMutex::Autolock lock(gSinkLock);
     Sink previous = std::move(gSink);
     gSink = std::move(sink);
     return previous;
 }
 
 void setEcho(bool echo) {
-    std::lock_guard<std::mutex> lock(gSinkLock);
+    HostMutex::Autolock lock(gSinkLock);
     gEcho = echo;
 }
 
@@ -50,7 +52,7 @@ std::string formatThreadtime(const Line& line) {
 
 Capture::Capture() {
     mPrevious = setSink([this](const Line& line) {
-        std::lock_guard<std::mutex> lock(mLinesLock);
+        HostMutex::Autolock lock(mLinesLock);
         mLines.push_back(line);
     });
 }
@@ -58,12 +60,12 @@ Capture::Capture() {
 Capture::~Capture() { setSink(std::move(mPrevious)); }
 
 std::vector<Line> Capture::lines() const {
-    std::lock_guard<std::mutex> lock(mLinesLock);
+    HostMutex::Autolock lock(mLinesLock);
     return mLines;
 }
 
 std::vector<std::string> Capture::messages(const char* tag) const {
-    std::lock_guard<std::mutex> lock(mLinesLock);
+    HostMutex::Autolock lock(mLinesLock);
     std::vector<std::string> out;
     for (const Line& l : mLines) {
         if (tag == nullptr || (l.hasTag && l.tag == tag)) out.push_back(l.message);
@@ -74,14 +76,14 @@ std::vector<std::string> Capture::messages(const char* tag) const {
 bool Capture::contains(const std::string& text) const { return count(text) > 0; }
 
 int Capture::count(const std::string& text) const {
-    std::lock_guard<std::mutex> lock(mLinesLock);
+    HostMutex::Autolock lock(mLinesLock);
     int n = 0;
     for (const Line& l : mLines) n += (l.message == text) ? 1 : 0;
     return n;
 }
 
 void Capture::clear() {
-    std::lock_guard<std::mutex> lock(mLinesLock);
+    HostMutex::Autolock lock(mLinesLock);
     mLines.clear();
 }
 
@@ -103,14 +105,14 @@ extern "C" int __android_log_print_tag_id(int prio, int tagId, const char* tag, 
     HostLog::Sink sink;
     bool echo;
     {
-        std::lock_guard<std::mutex> lock(HostLog::gSinkLock);
+        HostMutex::Autolock lock(HostLog::gSinkLock);
         sink = HostLog::gSink;
         echo = HostLog::gEcho;
     }
     if (sink) sink(line);
     if (!sink || echo) {
         std::string text = HostLog::formatThreadtime(line);
-        std::lock_guard<std::mutex> lock(HostLog::gStderrLock);
+        HostMutex::Autolock lock(HostLog::gStderrLock);
         fprintf(stderr, "%s\n", text.c_str());
     }
     return 1;

@@ -1,6 +1,7 @@
 #ifndef DAB_HOST_LOG_H
 #define DAB_HOST_LOG_H
 
+#include "HostMutex.h"
 #include <functional>
 #include <mutex>
 #include <string>
@@ -48,8 +49,8 @@ public:
     void clear();
 
 private:
-    mutable std::mutex mLinesLock;
-    std::vector<Line> mLines;  // guarded by mLinesLock
+    mutable HostMutex mLinesLock;
+    std::vector<Line> mLines GUARDED_BY(mLinesLock);
     Sink mPrevious;            // owner thread only
 };
 

@@ -1,6 +1,7 @@
 #ifndef DAB_PLATFORM_BINDER_BPBINDER_H
 #define DAB_PLATFORM_BINDER_BPBINDER_H
 
+#include "HostMutex.h"
 #include <binder/IBinder.h>
 
 #include <mutex>
@@ -61,11 +62,11 @@ private:
 
     const sp<BinderConnection> mConnection;  // immutable
     const uint32_t mHandle;                  // immutable
-    mutable std::mutex mLock;                // guards the fields below
-    std::vector<Obituary> mObituaries;       // guarded by mLock
-    bool mObituarySent;                      // guarded by mLock
-    mutable bool mDescriptorKnown;           // guarded by mLock
-    mutable String16 mDescriptor;            // guarded by mLock; set once, then read freely
+    mutable HostMutex mLock;                // guards the fields below
+    std::vector<Obituary> mObituaries GUARDED_BY(mLock);
+    bool mObituarySent GUARDED_BY(mLock);
+    mutable bool mDescriptorKnown GUARDED_BY(mLock);
+    mutable String16 mDescriptor GUARDED_BY(mLock);            // set once, then read freely
 };
 
 }  // namespace android
