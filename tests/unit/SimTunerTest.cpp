@@ -157,7 +157,13 @@ const Seen* lastOf(const std::vector<Seen>& seen, DABNotifyID id) {
 // thread the process creates: one is started and joined first, so that counts taken before and
 // after a test's threads differ only by those.
 int threadCount() {
-    std::thread([] {}).join();
+    static const bool warmedUp = [] {
+        std::thread([] {}).join();
+        // A joined thread may still be counted for a moment after join returns.
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        return true;
+    }();
+    (void)warmedUp;
     std::ifstream status("/proc/self/status");
     std::string line;
     while (std::getline(status, line)) {
@@ -915,10 +921,10 @@ TEST(SimTunerShutdownTest, FinalizeOnTheCallbackThreadReturns) {
         ASSERT_TRUE(ctx.done.wait_for(lock, std::chrono::seconds(5), [&] { return ctx.finalized; }));
     }
     // The detached thread ends right after the callback returns.
-    for (int i = 0; i < 100 && threadCount() != before; ++i) {
+    for (int i = 0; i < 100 && threadCount() > before; ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
-    EXPECT_EQ(before, threadCount());
+    EXPECT_LE(threadCount(), before);
 }
 
 }  // namespace

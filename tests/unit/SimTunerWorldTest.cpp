@@ -172,6 +172,8 @@ TEST_F(SimScenarioTest, MissingAndMalformedFilesAreRefusedWithTheirPosition) {
     EXPECT_EQ(mPath + ": line 1, column 1: malformed JSON: syntax error while parsing value - unexpected end of input; "
                       "expected '[', '{', or a literal",
               refusal(""));
+    EXPECT_EQ(mPath + ": malformed JSON: number overflow parsing '8E888'",
+              refusal(R"({"ensembles": [8E888]})"));
 }
 
 TEST_F(SimScenarioTest, UnknownKeysAreNamedWithTheirPlace) {

@@ -119,14 +119,18 @@ void DABPlayerService::removeClient(const wp<DABPlayer>& client) {
     mClients.remove(client);
 }
 
+Vector<wp<DABPlayerService::DABPlayer>> DABPlayerService::copyClients() const {
+    Vector<wp<DABPlayer>> clients;
+    Mutex::Autolock lock(mClientsLock);
+    clients.setCapacity(mClients.size());
+    for (size_t i = 0; i < mClients.size(); ++i) clients.add(mClients[i]);
+    return clients;
+}
+
 void DABPlayerService::exeNotify(int msg, int ext1, int ext2, const Parcel* obj) {
     // Notify outside the lock: dropping the last strong reference of a client runs its
     // destructor, which takes mClientsLock to remove itself.
-    SortedVector<wp<DABPlayer>> clients;
-    {
-        Mutex::Autolock lock(mClientsLock);
-        clients = mClients;
-    }
+    const Vector<wp<DABPlayer>> clients = copyClients();
     DAB_LOGD(DAB_TAG_PLAYER, "DABPlayerService exeNotify size:%d\n", static_cast<int>(clients.size()));
     mHistory.recordClient(msg, ext1, ext2, static_cast<int32_t>(clients.size()), obj != nullptr);
     if (msg == DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE) mHistory.recordLogicMode(-1, ext1, true);

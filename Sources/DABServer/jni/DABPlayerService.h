@@ -262,6 +262,9 @@ public:
 
     // Client object destructor (any thread); blocks on mClientsLock briefly.
     void removeClient(const android::wp<DABPlayer>& client);
+    // Any thread; blocks on mClientsLock briefly. The registry, copied item by item: a copy
+    // sharing the registry's buffer would be freed by whichever thread drops it last.
+    android::Vector<android::wp<DABPlayer>> copyClients() const;
     // Any thread; calls every client's notify without holding mClientsLock.
     void exeNotify(int msg, int ext1, int ext2, const android::Parcel* obj);
     // Tuner library's callback thread; registered with the library.
@@ -420,7 +423,7 @@ private:
     android::Mutex mMediaDataLock;  // guards the mMediaDataClient reference only
     std::atomic<int> errorCurPublished;
     android::SortedVector<android::wp<DABPlayer>> mClients GUARDED_BY(mClientsLock);
-    android::Mutex mClientsLock;                             // guards mClients
+    mutable android::Mutex mClientsLock;                     // guards mClients
     uint8_t mPresetReceived[3][6];  // tuner callback thread; activation zeroes it
     std::atomic<int> mPresetListNotCached[3];
     std::atomic<uint8_t> mDynamicTextPublishEnabled;

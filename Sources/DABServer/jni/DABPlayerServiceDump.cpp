@@ -124,11 +124,7 @@ void DABPlayerService::collectDumpState(DABDumpState* out) {
     t.displayFormat = mCurrentDisplayFormat;
     t.connectStatus = mCurrentConnectStatus;
 
-    SortedVector<wp<DABPlayer>> clients;
-    {
-        Mutex::Autolock lock(mClientsLock);
-        clients = mClients;
-    }
+    const Vector<wp<DABPlayer>> clients = copyClients();
     // Promoted and released outside mClientsLock: the last release removes the client.
     for (size_t i = 0; i < clients.size(); ++i) {
         sp<DABPlayer> client = clients[i].promote();

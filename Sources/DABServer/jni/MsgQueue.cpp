@@ -84,7 +84,11 @@ void MsgQueue::removeType(int32_t msgType) {
 size_t MsgQueue::size() const { return mQueued; }
 
 void MsgQueue::snapshot(android::Vector<LIST_QUEUE_MSG>* out) const {
+    out->clear();
     pthread_mutex_lock(&mQueueMutex);
-    *out = mItems;
+    // Item by item: an assigned Vector would share its buffer with the queue, and the worker's
+    // next pop would then free it on the worker thread while the caller still formats it.
+    out->setCapacity(mItems.size());
+    for (size_t i = 0; i < mItems.size(); ++i) out->add(mItems[i]);
     pthread_mutex_unlock(&mQueueMutex);
 }

@@ -372,6 +372,10 @@ bool SimScenario::parse(const std::string& text, const std::string& path, SimWor
     } catch (const Json::parse_error& e) {
         if (error) *error = path + ": " + positionOf(text, e.byte) + ": malformed JSON: " + parserReason(e.what());
         return false;
+    } catch (const Json::exception& e) {
+        // A number beyond what a double holds, for one.
+        if (error) *error = path + ": malformed JSON: " + parserReason(e.what());
+        return false;
     }
     SimWorld world;
     world.origin = path;
