@@ -1,5 +1,7 @@
 #include "ReplayScript.h"
 
+#include "RecordQuote.h"
+
 #include <cctype>
 #include <cstdio>
 #include <sstream>
@@ -92,23 +94,8 @@ bool parseReplayScript(const std::string& text, std::vector<ReplayStep>* steps, 
 
 std::string quoteBytes(const char* data, size_t len) { return "\"" + escapeBytes(data, len) + "\""; }
 
-std::string escapeBytes(const char* data, size_t len) {
-    std::string out;
-    for (size_t i = 0; i < len; ++i) {
-        unsigned char c = static_cast<unsigned char>(data[i]);
-        if (c == '"' || c == '\\') {
-            out += '\\';
-            out += static_cast<char>(c);
-        } else if (c >= 0x20 && c < 0x7f) {
-            out += static_cast<char>(c);
-        } else {
-            char buf[8];
-            snprintf(buf, sizeof(buf), "\\x%02x", c);
-            out += buf;
-        }
-    }
-    return out;
-}
+// Scripts and recordings quote bytes one way, so a recording reads back as written.
+std::string escapeBytes(const char* data, size_t len) { return recordEscape(data, len); }
 
 namespace {
 

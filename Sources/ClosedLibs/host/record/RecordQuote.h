@@ -4,10 +4,10 @@
 #include <cstdio>
 #include <string>
 
-// Bytes as a replay script's quoted string: printable ASCII as is, '"' and '\\' escaped,
-// every other byte as \xNN.
-inline std::string recordQuote(const char* data, size_t len) {
-    std::string out = "\"";
+// Bytes as the inside of a replay script's quoted string: printable ASCII as is, '"' and '\\'
+// escaped, every other byte as \xNN.
+inline std::string recordEscape(const char* data, size_t len) {
+    std::string out;
     for (size_t i = 0; i < len; ++i) {
         const unsigned char c = static_cast<unsigned char>(data[i]);
         if (c == '"' || c == '\\') {
@@ -21,7 +21,12 @@ inline std::string recordQuote(const char* data, size_t len) {
             out += buf;
         }
     }
-    return out + "\"";
+    return out;
+}
+
+// The same bytes with their quotes.
+inline std::string recordQuote(const char* data, size_t len) {
+    return "\"" + recordEscape(data, len) + "\"";
 }
 
 #endif  // DAB_HOST_RECORDQUOTE_H
