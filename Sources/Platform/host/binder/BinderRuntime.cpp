@@ -208,7 +208,8 @@ BinderRuntime::BinderRuntime()
       mStallTimerArmed(false),
       mLeaderTurns(0),
       mTimerTurns(0),
-      mStandbyThreads(0) {}
+      mStandbyThreads(0),
+      mRunningWork(0) {}
 
 std::string BinderRuntime::runtimeDirectory() {
     const char* dir = getenv("DAB_BINDER_DIR");
@@ -470,6 +471,13 @@ void BinderRuntime::armStallTimerLocked() {
     timerfd_settime(mStallTimerFd, 0, &timer, nullptr);
 }
 
+void BinderRuntime::disarmStallTimerLocked() {
+    mStallTimerArmed = false;
+    struct itimerspec timer;
+    memset(&timer, 0, sizeof(timer));
+    timerfd_settime(mStallTimerFd, 0, &timer, nullptr);
+}
+
 void BinderRuntime::wakeForWorkLocked() {
     const uint64_t one = 1;
     ssize_t ignored = 0;
@@ -529,6 +537,7 @@ void BinderRuntime::runOneLocked() {
         if (mStandbyThreads == 0) spawnLocked();
         if (!mStallTimerArmed) armStallTimerLocked();
     }
+    mRunningWork++;
     mWorkLock.unlock();
     if (work->inboundFrom != nullptr) work->inboundFrom->inboundStarted();
     work->run();
@@ -536,6 +545,9 @@ void BinderRuntime::runOneLocked() {
     // References the call held go here, outside every lock: destructors may run.
     work.reset();
     mWorkLock.lock();
+    // Nobody is away in user code any more: a timer left armed would only wake a standby
+    // thread for nothing, once per call in every process a notification reaches.
+    if (--mRunningWork == 0 && mStallTimerArmed) disarmStallTimerLocked();
     if (target != nullptr) finishOneway(target);
 }
 

@@ -183,6 +183,7 @@ private:
     void wakeForWorkLocked() REQUIRES(mWorkLock);
     // mWorkLock held: starts the one-shot timer that makes a standby thread check the lead.
     void armStallTimerLocked() REQUIRES(mWorkLock);
+    void disarmStallTimerLocked() REQUIRES(mWorkLock);
     // mWorkLock held: runs the first queued item with the lock released meanwhile.
     void runOneLocked() REQUIRES(mWorkLock);
     bool spawnLocked() REQUIRES(mWorkLock);
@@ -217,6 +218,7 @@ private:
     uint64_t mLeaderTurns GUARDED_BY(mWorkLock);  // times a thread became the leader
     uint64_t mTimerTurns GUARDED_BY(mWorkLock);   // mLeaderTurns when the timer was armed
     size_t mStandbyThreads GUARDED_BY(mWorkLock);  // threads waiting in the standby set
+    size_t mRunningWork GUARDED_BY(mWorkLock);     // threads away running a call
 };
 
 // The process's context object: handle 0 of every connection, which looks up the services
