@@ -18,7 +18,7 @@ namespace {
 
 constexpr milliseconds kShort(5000);
 constexpr milliseconds kLong(10000);
-constexpr milliseconds kPoll(100);
+constexpr milliseconds kPoll(100);  // the head-unit simulator's answers, which it does not announce
 // The flat preset index of preset 1 of band 2: three bands of six presets.
 constexpr int kBand2Preset1 = 6;
 constexpr int kAntennaFault = 1;
@@ -45,11 +45,19 @@ DemoTour::DemoTour(const sp<IDABPlayer>& player, NotificationLog* log, DeskComma
     : mPlayer(player), mLog(log), mCommands(commands), mSteps(0), mFailures(0), mSeq(0) {}
 
 void DemoTour::showView() {
-    mView.refreshRadio(*mPlayer);
+    catchUp();
     mView.refreshHeadUnit();
     mView.setRecent(mLog->recent(4));
     mView.setResult("");
     for (const std::string& line : mView.render(100, 0)) say("  | " + line);
+}
+
+void DemoTour::catchUp() {
+    const uint64_t last = mLog->lastSeq();
+    if (!mView.catchUp(*mPlayer, *mLog, &mViewSeq)) {
+        mViewSeq = last;
+        mView.loadRadioFromDump(*mPlayer);
+    }
 }
 
 std::string DemoTour::expectNotification(uint64_t seq, int id, int ext1, milliseconds timeout,
@@ -102,14 +110,18 @@ void DemoTour::step(const std::string& command, const Check& check) {
 
 int DemoTour::run() {
     say("DAB head unit on the desk: demo tour");
-    // The run command activated the DAB source; a desk started on its own does it here.
-    int band = 0;
-    if (mPlayer->getBand(&band) != 0) mCommands->run("hu activate dab");
+    // The run command activated the DAB source; a desk started on its own does it here. The
+    // radio is read from one dump, and again only when a notification shows the service alive.
+    mViewSeq = mLog->lastSeq();
+    mView.loadRadioFromDump(*mPlayer);
+    if (!mView.radio().active()) mCommands->run("hu activate dab");
     const auto deadline = std::chrono::steady_clock::now() + kLong;
-    while (mPlayer->getBand(&band) != 0 && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::sleep_for(kPoll);
+    while (!mView.radio().active() && std::chrono::steady_clock::now() < deadline) {
+        if (!mLog->waitAny(mViewSeq, kShort)) continue;
+        mViewSeq = mLog->lastSeq();
+        mView.loadRadioFromDump(*mPlayer);
     }
-    if (mPlayer->getBand(&band) != 0) {
+    if (!mView.radio().active()) {
         say("demo: FAILED: the DAB source did not become active");
         return 1;
     }
@@ -149,8 +161,8 @@ int DemoTour::run() {
     step("hu infobar", [this] {
         // The media manager shows what the radio plays: wait until the bar has the label.
         std::this_thread::sleep_for(milliseconds(300));
-        dabclient::RadioSnapshot s = dabclient::RadioSnapshot::take(*mPlayer);
-        const std::string label = dabclient::RadioSnapshot::display(s.service);
+        catchUp();
+        const std::string label = dabclient::RadioSnapshot::display(mView.radio().service);
         return expectHeadUnit("infobar",
                               [label](const json& j) {
                                   return sourceLabel(j, "DABServiceLabel") == label ||

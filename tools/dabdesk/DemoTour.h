@@ -29,6 +29,8 @@ private:
     // Runs a desk command and then the check; prints both.
     void step(const std::string& command, const Check& check);
     void showView();
+    // Brings the view up to the latest notification (from a dump when too far behind).
+    void catchUp();
     // Waits for a notification after seq that matches; empty string or what is missing.
     std::string expectNotification(uint64_t seq, int id, int ext1, std::chrono::milliseconds timeout,
                                    const char* what);
@@ -44,6 +46,7 @@ private:
     int mSteps;      // main thread only
     int mFailures;   // main thread only
     uint64_t mSeq;   // main thread only; the last notification before the current command
+    uint64_t mViewSeq = 0;  // main thread only; the last notification the view took in
 };
 
 #endif  // DAB_TOOLS_DABDESK_DEMOTOUR_H

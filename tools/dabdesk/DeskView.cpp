@@ -161,11 +161,6 @@ const json* DeskView::dabSource() const {
     return nullptr;
 }
 
-void DeskView::refreshRadio(android::IDABPlayer& player) {
-    mRadio = RadioSnapshot::take(player);
-    mHaveRadio = true;
-}
-
 void DeskView::loadRadioFromDump(android::IDABPlayer& player) {
     mRadio = RadioSnapshot::fromDump(player, mHaveRadio ? &mRadio : nullptr);
     mHaveRadio = true;
@@ -173,6 +168,21 @@ void DeskView::loadRadioFromDump(android::IDABPlayer& player) {
 
 void DeskView::applyNotification(android::IDABPlayer& player, const dabclient::Notification& n) {
     if (mRadio.apply(n)) mRadio.readPresets(player);
+}
+
+bool DeskView::catchUp(android::IDABPlayer& player, const NotificationLog& log,
+                       uint64_t* seenSeq) {
+    // More than a screen's worth of catching up costs more than one dump.
+    constexpr size_t kBatch = 256;
+    const std::vector<NotificationLog::Entry> fresh = log.recent(kBatch);
+    if (fresh.empty() || fresh.back().seq <= *seenSeq) return true;
+    if (fresh.front().seq > *seenSeq + 1) return false;
+    for (const NotificationLog::Entry& e : fresh) {
+        if (e.seq <= *seenSeq) continue;
+        applyNotification(player, e.n);
+        *seenSeq = e.seq;
+    }
+    return true;
 }
 
 void DeskView::refreshHeadUnit() {

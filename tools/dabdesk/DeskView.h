@@ -17,13 +17,15 @@ public:
     // Any thread; non-blocking.
     DeskView();
 
-    // The calling thread; blocks for the queries (about 30 round trips to the service).
-    void refreshRadio(android::IDABPlayer& player);
     // The calling thread; blocks for one dump of the service and the six preset queries.
     void loadRadioFromDump(android::IDABPlayer& player);
     // The owner thread; blocks for the six preset queries only when a notification changed
     // the presets shown. Keeps the view current without asking the service.
     void applyNotification(android::IDABPlayer& player, const dabclient::Notification& n);
+    // The owner thread; blocks only as applyNotification does. Applies the log's notifications
+    // after *seenSeq and moves *seenSeq to the last one applied. False when the log no longer
+    // holds all of them: the caller must start again from a dump.
+    bool catchUp(android::IDABPlayer& player, const NotificationLog& log, uint64_t* seenSeq);
     // The calling thread; blocks for one round trip to the head-unit simulator. Without a
     // simulator the view says so.
     void refreshHeadUnit();
@@ -66,7 +68,7 @@ private:
 
     // All fields: the owner thread only.
     dabclient::RadioSnapshot mRadio;
-    bool mHaveRadio;  // false until the first refreshRadio
+    bool mHaveRadio;  // false until the first loadRadioFromDump or setRadio
     nlohmann::json mHeadUnit;
     std::vector<NotificationLog::Entry> mRecent;
     std::string mResult;

@@ -44,8 +44,6 @@ constexpr auto kMinRefresh = std::chrono::milliseconds(150);
 constexpr auto kMaxRefresh = std::chrono::milliseconds(1000);
 constexpr auto kDumpResync = std::chrono::seconds(5);
 constexpr int kPollMs = 100;
-// Notifications applied per redraw; a longer gap is caught up with a dump.
-constexpr size_t kNotificationBatch = 256;
 constexpr const char kPrompt[] = "desk> ";
 constexpr auto kReconnectInterval = std::chrono::milliseconds(200);
 // Exit status when the service is not running or went away.
@@ -138,20 +136,14 @@ int runTerminal(Terminal& terminal, DeskCommands& commands, const sp<IDABPlayer>
         const auto now = std::chrono::steady_clock::now();
         const uint64_t seq = log.lastSeq();
         if ((seq != seenSeq && now - lastRefresh >= kMinRefresh) || now - lastRefresh >= kMaxRefresh) {
-            const std::vector<NotificationLog::Entry> fresh = log.recent(kNotificationBatch);
-            if (now - lastDump >= kDumpResync ||
-                (!fresh.empty() && seq - seenSeq > fresh.size())) {
+            if (now - lastDump >= kDumpResync || !view.catchUp(*player, log, &seenSeq)) {
                 // Too many to catch up with, or time for a check: start again from a dump.
+                seenSeq = seq;
                 view.loadRadioFromDump(*player);
                 lastDump = now;
-            } else {
-                for (const NotificationLog::Entry& e : fresh) {
-                    if (e.seq > seenSeq) view.applyNotification(*player, e.n);
-                }
             }
             view.refreshHeadUnit();
             view.setRecent(log.recent(4));
-            seenSeq = seq;
             lastRefresh = now;
             redraw = true;
         }
