@@ -15,7 +15,6 @@
 #include <nlohmann/json.hpp>
 
 #include <signal.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -25,7 +24,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -89,17 +87,6 @@ int usage(const std::string& problem, bool full = false) {
 }
 
 std::string dump(const json& j) { return j.dump(-1, ' ', false, json::error_handler_t::replace); }
-
-std::string timeOfDay() {
-    struct timeval tv;
-    gettimeofday(&tv, nullptr);
-    struct tm local;
-    localtime_r(&tv.tv_sec, &local);
-    char buf[32];
-    snprintf(buf, sizeof(buf), "%02d:%02d:%02d.%03d", local.tm_hour, local.tm_min, local.tm_sec,
-             static_cast<int>(tv.tv_usec / 1000));
-    return buf;
-}
 
 // Prints whole lines from any thread.
 std::mutex gPrintLock;

@@ -5,11 +5,9 @@
 #include "NotifyNames.h"
 #include "TextConversion.h"
 
-#include <sys/time.h>
 
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 
 using dabclient::ConvertedText;
 using dabclient::Notification;
@@ -40,17 +38,6 @@ constexpr RadioModel::ListKind kLists[] = {
 
 // A list larger than this is not believed: the count comes from the tuner.
 constexpr int kMaxListItems = 4096;
-
-std::string timeOfDay() {
-    struct timeval tv;
-    gettimeofday(&tv, nullptr);
-    struct tm local;
-    localtime_r(&tv.tv_sec, &local);
-    char buf[16];
-    snprintf(buf, sizeof(buf), "%02d:%02d:%02d.%03d", local.tm_hour, local.tm_min, local.tm_sec,
-             static_cast<int>(tv.tv_usec / 1000));
-    return buf;
-}
 
 json emptyLists() {
     json lists = json::object();
@@ -189,7 +176,7 @@ json RadioModel::apply(const Notification& n, uint64_t seq) {
     std::string shortName = name != nullptr ? name : "UNKNOWN";
     static const char kPrefix[] = "DAB_SERVER_NOTIFY_";
     if (shortName.compare(0, sizeof(kPrefix) - 1, kPrefix) == 0) shortName.erase(0, sizeof(kPrefix) - 1);
-    json entry = {{"seq", seq}, {"time", timeOfDay()}, {"id", n.id}, {"name", shortName},
+    json entry = {{"seq", seq}, {"time", dabclient::timeOfDay()}, {"id", n.id}, {"name", shortName},
                   {"ext1", n.ext1}, {"ext2", n.ext2}};
     if (n.hasParcel) entry["text"] = n.text;
 
