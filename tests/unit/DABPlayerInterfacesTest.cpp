@@ -8,6 +8,8 @@
 
 #include <functional>
 #include <string>
+#include <tuple>
+#include <type_traits>
 #include <vector>
 
 using namespace android;
@@ -163,7 +165,7 @@ private:
     }
 };
 
-// One operation as an application calls it, with its arguments taken from Args by shape.
+// One operation as an application calls it, with its arguments taken from Args by type.
 struct Args {
     int ints[2] = {};
     char* text = nullptr;
@@ -178,72 +180,50 @@ struct Operation {
     std::function<int(IDABPlayer&, const Args&)> call;
 };
 
-Operation noArgs(const char* n, int (IDABPlayer::*op)()) {
-    return {n, 0, 0, 0, [op](IDABPlayer& p, const Args&) { return (p.*op)(); }};
-}
-Operation oneInt(const char* n, int (IDABPlayer::*op)(int)) {
-    return {n, 1, 0, 0, [op](IDABPlayer& p, const Args& a) { return (p.*op)(a.ints[0]); }};
-}
-Operation twoInts(const char* n, int (IDABPlayer::*op)(int, int)) {
-    return {n, 2, 0, 0,
-            [op](IDABPlayer& p, const Args& a) { return (p.*op)(a.ints[0], a.ints[1]); }};
-}
-Operation intOut(const char* n, int (IDABPlayer::*op)(int*)) {
-    return {n, 0, 0, 1, [op](IDABPlayer& p, const Args& a) { return (p.*op)(a.outs[0]); }};
-}
-Operation textOut(const char* n, int (IDABPlayer::*op)(char*)) {
-    return {n, 0, DAB_PLAYER_LABEL_SIZE, 0,
-            [op](IDABPlayer& p, const Args& a) { return (p.*op)(a.text); }};
-}
-Operation labelOut(const char* n, int (IDABPlayer::*op)(char*, int*)) {
-    return {n, 0, DAB_PLAYER_LABEL_SIZE, 1,
-            [op](IDABPlayer& p, const Args& a) { return (p.*op)(a.text, a.outs[0]); }};
-}
-Operation dynamicText(const char* n, int (IDABPlayer::*op)(char*, int*, int*)) {
-    return {n, 0, DAB_PLAYER_DYNAMIC_TEXT_SIZE, 2,
-            [op](IDABPlayer& p, const Args& a) { return (p.*op)(a.text, a.outs[0], a.outs[1]); }};
-}
-Operation listItem(const char* n, int (IDABPlayer::*op)(int, char*, int*)) {
-    return {n, 1, DAB_PLAYER_LABEL_SIZE, 1,
-            [op](IDABPlayer& p, const Args& a) { return (p.*op)(a.ints[0], a.text, a.outs[0]); }};
-}
-Operation presetItem(const char* n, int (IDABPlayer::*op)(int, int, char*, int*, int*)) {
-    return {n, 2, DAB_PLAYER_LABEL_SIZE, 2, [op](IDABPlayer& p, const Args& a) {
-                return (p.*op)(a.ints[0], a.ints[1], a.text, a.outs[0], a.outs[1]);
+template <class T> struct Tag {};
+struct Pick {  // hands out the ints and the outputs in the order asked
+    const Args& a;
+    int ints = 0, outs = 0;
+    int operator()(Tag<int>) { return a.ints[ints++]; }
+    char* operator()(Tag<char*>) { return a.text; }
+    int* operator()(Tag<int*>) { return a.outs[outs++]; }
+};
+
+template <class... A>
+Operation op(const char* n, int (IDABPlayer::*f)(A...), size_t textSize = DAB_PLAYER_LABEL_SIZE) {
+    const bool text = (false || ... || std::is_same<A, char*>::value);
+    return {n, (0 + ... + std::is_same<A, int>::value), text ? textSize : 0,
+            (0 + ... + std::is_same<A, int*>::value), [f](IDABPlayer& p, const Args& a) {
+                [[maybe_unused]] Pick pick{a};
+                std::tuple<A...> args{pick(Tag<A>())...};  // braces: evaluated in order
+                return std::apply([&](A... x) { return (p.*f)(x...); }, args);
             }};
 }
 
-#define OP(shape, name) shape(#name, &IDABPlayer::name)
+#define OP(name) op(#name, &IDABPlayer::name)
 
 // Operations 1 to 69 in interface order: entry i travels as FIRST_CALL_TRANSACTION + i.
 const std::vector<Operation>& operations() {
     static const std::vector<Operation> ops = {
-        OP(noArgs, manualUp), OP(noArgs, manualDown), OP(noArgs, presetSeekUp),
-        OP(noArgs, presetSeekDown), OP(noArgs, switchBand), OP(oneInt, recall),
-        OP(twoInts, presetListRecall), OP(noArgs, presetUpRecall), OP(noArgs, presetDownRecall),
-        OP(oneInt, serviceListRecall), OP(oneInt, ptyNewsinfoListRecall),
-        OP(oneInt, ptyPopularListRecall), OP(oneInt, ptyClassicsListRecall),
-        OP(oneInt, ptyOthersListRecall), OP(oneInt, ensembleListRecall), OP(oneInt, memory),
-        OP(twoInts, presetListMemory), OP(oneInt, requestPresetList), OP(noArgs, timeShiftPlay),
-        OP(noArgs, timeShiftPause), OP(oneInt, timeSeek), OP(noArgs, requestDynamicText),
-        OP(noArgs, requestServiceListUpdate), OP(noArgs, cancelServiceListUpdate),
-        OP(noArgs, requestServiceCompList), OP(noArgs, requestEnsembleList),
-        OP(oneInt, requestPTYSecondList), OP(oneInt, requestEnsembleSecondList),
-        OP(oneInt, abcSearch), OP(noArgs, abcSearchCancel), OP(intOut, getBand),
-        OP(intOut, getPresetNum), OP(intOut, getFrequence), OP(textOut, getFreqString),
-        OP(textOut, getBlockId), OP(intOut, getSignalLevel), OP(intOut, getFmLink),
-        OP(intOut, getBitPerSecond), OP(intOut, getPtyType), OP(labelOut, getEnsembleLabel),
-        OP(labelOut, getServiceLabel), OP(labelOut, getCompLabel), OP(intOut, getCompTotal),
-        OP(intOut, getCompNum), OP(intOut, getPlaybackStatus), OP(intOut, getTotalTime),
-        OP(intOut, getCacheTime), OP(intOut, getPauseTime), OP(dynamicText, getDynamicText),
-        OP(listItem, getServiceListItem), OP(listItem, getPtyPopularListItem),
-        OP(listItem, getPtyClassicsListItem), OP(listItem, getPtyNewsinfoListItem),
-        OP(listItem, getPtyOthersListItem), OP(listItem, getEnsembleCompListItem),
-        OP(listItem, getEnsembleListItem), OP(presetItem, getPresetListItem),
-        OP(intOut, getLogicMode), OP(intOut, getError), OP(intOut, getRealError),
-        OP(intOut, getNm), OP(intOut, getDisplayFormat), OP(intOut, getAntStatus),
-        OP(noArgs, toNormalView), OP(noArgs, toLive), OP(noArgs, timeShift),
-        OP(noArgs, abcSearchOn), OP(noArgs, abcSearchOff), OP(noArgs, setDisplayFormat),
+        OP(manualUp), OP(manualDown), OP(presetSeekUp), OP(presetSeekDown), OP(switchBand),
+        OP(recall), OP(presetListRecall), OP(presetUpRecall), OP(presetDownRecall),
+        OP(serviceListRecall), OP(ptyNewsinfoListRecall), OP(ptyPopularListRecall),
+        OP(ptyClassicsListRecall), OP(ptyOthersListRecall), OP(ensembleListRecall), OP(memory),
+        OP(presetListMemory), OP(requestPresetList), OP(timeShiftPlay), OP(timeShiftPause),
+        OP(timeSeek), OP(requestDynamicText), OP(requestServiceListUpdate),
+        OP(cancelServiceListUpdate), OP(requestServiceCompList), OP(requestEnsembleList),
+        OP(requestPTYSecondList), OP(requestEnsembleSecondList), OP(abcSearch),
+        OP(abcSearchCancel), OP(getBand), OP(getPresetNum), OP(getFrequence), OP(getFreqString),
+        OP(getBlockId), OP(getSignalLevel), OP(getFmLink), OP(getBitPerSecond), OP(getPtyType),
+        OP(getEnsembleLabel), OP(getServiceLabel), OP(getCompLabel), OP(getCompTotal),
+        OP(getCompNum), OP(getPlaybackStatus), OP(getTotalTime), OP(getCacheTime),
+        OP(getPauseTime),
+        op("getDynamicText", &IDABPlayer::getDynamicText, DAB_PLAYER_DYNAMIC_TEXT_SIZE),
+        OP(getServiceListItem), OP(getPtyPopularListItem), OP(getPtyClassicsListItem),
+        OP(getPtyNewsinfoListItem), OP(getPtyOthersListItem), OP(getEnsembleCompListItem),
+        OP(getEnsembleListItem), OP(getPresetListItem), OP(getLogicMode), OP(getError),
+        OP(getRealError), OP(getNm), OP(getDisplayFormat), OP(getAntStatus), OP(toNormalView),
+        OP(toLive), OP(timeShift), OP(abcSearchOn), OP(abcSearchOff), OP(setDisplayFormat),
     };
     return ops;
 }
@@ -254,24 +234,19 @@ uint32_t codeOf(size_t index) {
 
 const char kTextBefore = static_cast<char>(0xEE);
 const int kOutBefore[2] = {-77, -88};
-const size_t kGuard = 8;  // bytes after the text buffer that must never change
 
-// The caller's storage of one call: prefilled so that untouched outputs can be recognised.
+// The caller's storage of one call: prefilled so that untouched outputs can be recognised, with
+// bytes after the longest text that must never change, and one byte that differs so that a
+// buffer travelling as a pattern would show.
 struct CallerStorage {
     explicit CallerStorage(size_t index) {
         memset(text, kTextBefore, sizeof(text));
-        args.ints[0] = 100 + static_cast<int>(index);
-        args.ints[1] = 200 + static_cast<int>(index);
-        args.text = text;
-        args.outs[0] = &outs[0];
-        args.outs[1] = &outs[1];
+        text[3] = 'x';
+        args = {{100 + static_cast<int>(index), 200 + static_cast<int>(index)}, text, {&outs[0], &outs[1]}};
     }
-    std::string textBytes(size_t size) const { return std::string(text, size); }
-    bool guardIntact(size_t size) const {
-        return std::string(text + size, kGuard) == std::string(kGuard, kTextBefore);
-    }
+    std::string bytes(size_t size = sizeof(text)) const { return std::string(text, size); }
 
-    char text[DAB_PLAYER_DYNAMIC_TEXT_SIZE + kGuard];
+    char text[DAB_PLAYER_DYNAMIC_TEXT_SIZE + 8];
     int outs[2] = {kOutBefore[0], kOutBefore[1]};
     Args args;
 };
@@ -304,10 +279,13 @@ public:
     sp<IDABPlayer> toReturn;
 };
 
-Parcel& withToken(Parcel& p, const String16& descriptor) {
-    p.writeInterfaceToken(descriptor);
-    return p;
-}
+// A request with the interface token and then the given ints.
+struct Request : Parcel {
+    Request(const String16& descriptor, std::initializer_list<int32_t> ints) {
+        writeInterfaceToken(descriptor);
+        for (int32_t i : ints) writeInt32(i);
+    }
+};
 
 class DABPlayerInterfacesTest : public ::testing::Test {
 protected:
@@ -342,6 +320,21 @@ protected:
         return player->transact(code, data, &reply);
     }
 
+    // Every request of the code just sent, cut short, is refused without reaching the service;
+    // the whole one is accepted, so the refusals came from the missing bytes.
+    void expectEveryCutRequestRefused(uint32_t code) {
+        const Request tokenOnly(IDABPlayer::descriptor, {});
+        const std::vector<uint8_t> sent = playerRemote->lastRequest;
+        player->calls.clear();
+        for (size_t length = 0; length < sent.size(); ++length) {
+            const status_t expected = length < tokenOnly.dataSize() ? PERMISSION_DENIED : BAD_VALUE;
+            EXPECT_EQ(expected, replay(code, sent, length)) << length;
+        }
+        EXPECT_TRUE(player->calls.empty());
+        EXPECT_EQ(NO_ERROR, replay(code, sent, sent.size()));
+        EXPECT_EQ(1u, player->calls.size());
+    }
+
     sp<FakePlayer> player;
     sp<RemoteBinder> playerRemote;
     sp<IDABPlayer> proxy;
@@ -363,105 +356,78 @@ TEST_F(DABPlayerInterfacesTest, ProxiesAreHandedOutForBindersOfOtherProcesses) {
     EXPECT_EQ(70, IDABPlayer::SET_CLIENT_LISTENER);
 }
 
-// Every operation, with all its outputs and with each (and every) output missing: the arguments
-// and the present outputs travel, a missing one arrives as null and the caller's storage stays.
+// Every operation, with all its outputs and with each (and every) output missing, against a
+// service that writes its outputs and one that leaves them alone: the arguments and the whole
+// present buffers travel, a missing one arrives as null and the caller's storage stays.
 TEST_F(DABPlayerInterfacesTest, EveryOperationCarriesItsArgumentsAndThePresentOutputs) {
     enum { kNone = -2, kText = -1, kAll = 2 };  // besides the int outputs 0 and 1
-    for (size_t i = 0; i < operations().size(); ++i) {
-        const Operation& op = operations()[i];
-        const uint32_t code = codeOf(i);
-        const bool hasText = op.textSize > 0;
-        for (int missing = kNone; missing <= kAll; ++missing) {
-            if (missing != kNone && !hasText && op.outs == 0) break;
-            if ((missing == kText && !hasText) || (missing >= op.outs && missing != kAll)) continue;
-            SCOPED_TRACE(std::string(op.name) + " without " + std::to_string(missing));
-            CallerStorage caller(i);
-            if (missing == kText || missing == kAll) caller.args.text = nullptr;
-            for (int k = 0; k < 2; ++k) {
-                if (missing == k || missing == kAll) caller.args.outs[k] = nullptr;
-            }
-            player->calls.clear();
+    for (bool writes : {true, false}) {
+        player->writeOutputs = writes;
+        for (size_t i = 0; i < operations().size(); ++i) {
+            const Operation& op = operations()[i];
+            const uint32_t code = codeOf(i);
+            const bool hasText = op.textSize > 0;
+            for (int missing = kNone; missing <= kAll; ++missing) {
+                if (missing != kNone && !hasText && op.outs == 0) break;
+                if ((missing == kText && !hasText) || (missing >= op.outs && missing != kAll)) continue;
+                SCOPED_TRACE(std::string(op.name) + " without " + std::to_string(missing) +
+                             (writes ? "" : ", service writes nothing"));
+                CallerStorage caller(i);
+                if (missing == kText || missing == kAll) caller.args.text = nullptr;
+                for (int k = 0; k < 2; ++k) {
+                    if (missing == k || missing == kAll) caller.args.outs[k] = nullptr;
+                }
+                std::string expected = caller.bytes();
+                player->calls.clear();
 
-            EXPECT_EQ(statusFor(code), op.call(*proxy, caller.args));
+                EXPECT_EQ(statusFor(code), op.call(*proxy, caller.args));
 
-            EXPECT_EQ(code, playerRemote->lastCode);
-            ASSERT_EQ(1u, player->calls.size());
-            const Received& got = player->calls[0];
-            EXPECT_EQ(code, got.code);
-            EXPECT_EQ(std::vector<int>(caller.args.ints, caller.args.ints + op.ints), got.ints);
-            if (hasText) {
-                EXPECT_EQ(caller.args.text != nullptr, got.textPresent);
+                EXPECT_EQ(code, playerRemote->lastCode);
+                ASSERT_EQ(1u, player->calls.size());
+                const Received& got = player->calls[0];
+                EXPECT_EQ(code, got.code);
+                EXPECT_EQ(std::vector<int>(caller.args.ints, caller.args.ints + op.ints), got.ints);
+                EXPECT_EQ(hasText && caller.args.text != nullptr, got.textPresent);
                 if (got.textPresent) {
-                    EXPECT_EQ(std::string(op.textSize, kTextBefore), got.textOnArrival);
+                    EXPECT_EQ(expected.substr(0, op.textSize), got.textOnArrival);
+                    if (writes) expected.replace(0, op.textSize, textFor(code, op.textSize));
                 }
-                EXPECT_EQ(got.textPresent ? textFor(code, op.textSize)
-                                          : std::string(op.textSize, kTextBefore),
-                          caller.textBytes(op.textSize));
-            }
-            EXPECT_TRUE(caller.guardIntact(op.textSize));
-            ASSERT_EQ(static_cast<size_t>(op.outs), got.outPresent.size());
-            for (int k = 0; k < op.outs; ++k) {
-                EXPECT_EQ(caller.args.outs[k] != nullptr, got.outPresent[k]);
-                if (got.outPresent[k]) {
-                    EXPECT_EQ(kOutBefore[k], got.outOnArrival[k]);
+                EXPECT_EQ(expected, caller.bytes());
+                ASSERT_EQ(static_cast<size_t>(op.outs), got.outPresent.size());
+                for (int k = 0; k < op.outs; ++k) {
+                    EXPECT_EQ(caller.args.outs[k] != nullptr, got.outPresent[k]);
+                    EXPECT_EQ(got.outPresent[k] ? kOutBefore[k] : 0, got.outOnArrival[k]);
+                    EXPECT_EQ(got.outPresent[k] && writes ? outFor(code, k) : kOutBefore[k],
+                              caller.outs[k]);
                 }
-                EXPECT_EQ(got.outPresent[k] ? outFor(code, k) : kOutBefore[k], caller.outs[k]);
+                if (missing == kNone && writes) expectEveryCutRequestRefused(code);
             }
         }
     }
-}
-
-TEST_F(DABPlayerInterfacesTest, OutputsTheServiceLeavesAloneComeBackUnchanged) {
-    player->writeOutputs = false;
-    for (size_t i = 0; i < operations().size(); ++i) {
-        const Operation& op = operations()[i];
-        SCOPED_TRACE(op.name);
-        CallerStorage caller(i);
-        caller.text[3] = 'x';  // one byte differs: the whole buffer travels, not a pattern
-        player->calls.clear();
-
-        EXPECT_EQ(statusFor(codeOf(i)), op.call(*proxy, caller.args));
-
-        ASSERT_EQ(1u, player->calls.size());
-        if (op.textSize > 0) {
-            EXPECT_EQ(caller.textBytes(op.textSize), player->calls[0].textOnArrival);
-        }
-        std::string expected(op.textSize + kGuard, kTextBefore);
-        if (expected.size() > 3) expected[3] = 'x';
-        EXPECT_EQ(expected, std::string(caller.text, op.textSize + kGuard));
-        for (int k = 0; k < op.outs; ++k) EXPECT_EQ(kOutBefore[k], caller.outs[k]);
-    }
-}
-
-TEST_F(DABPlayerInterfacesTest, ShortReplyLeavesTheCallersStorageAlone) {
+    // A reply cut short (status, label and code arrive, the label-available flag does not)
+    // leaves the caller's storage alone.
+    player->writeOutputs = true;
     CallerStorage caller(0);
-    // Status, label and code arrive; the label-available flag is cut off.
+    const std::string before = caller.bytes();
     playerRemote->replyLimit = 4 + DAB_PLAYER_LABEL_SIZE + 4;
     EXPECT_EQ(NOT_ENOUGH_DATA,
               proxy->getPresetListItem(1, 2, caller.text, &caller.outs[0], &caller.outs[1]));
-    EXPECT_EQ(1u, player->calls.size());
-    EXPECT_TRUE(caller.textBytes(DAB_PLAYER_LABEL_SIZE + kGuard) ==
-                std::string(DAB_PLAYER_LABEL_SIZE + kGuard, kTextBefore));
+    EXPECT_EQ(before, caller.bytes());
     EXPECT_EQ(kOutBefore[0], caller.outs[0]);
     EXPECT_EQ(kOutBefore[1], caller.outs[1]);
 }
 
-TEST_F(DABPlayerInterfacesTest, SetClientListenerPassesTheCallbackOrNull) {
+// The callbacks both ways: the listener (or null), the one-way notify with a parcel or none,
+// and createClient with the pid and callback (or null) and the player it answers.
+TEST_F(DABPlayerInterfacesTest, CallbacksAndTheServiceTravelWithTheirArguments) {
     EXPECT_EQ(5, proxy->setClientListener(clientProxy));
     EXPECT_EQ(IDABPlayer::SET_CLIENT_LISTENER, playerRemote->lastCode);
-    EXPECT_EQ(70u, playerRemote->lastCode);
     ASSERT_NE(nullptr, player->listener);
     EXPECT_EQ(clientRemote.get(), IInterface::asBinder(player->listener).get());
-    player->listener->notify(7, 8, 9, nullptr);
-    ASSERT_EQ(1u, client->received.size());
-    EXPECT_EQ(7, client->received[0].msg);
-
     EXPECT_EQ(5, proxy->setClientListener(nullptr));
     EXPECT_EQ(2, player->listenerCalls);
     EXPECT_EQ(nullptr, player->listener);
-}
 
-TEST_F(DABPlayerInterfacesTest, NotifyIsOneWayAndCarriesTheParcelOrNull) {
     Parcel label;
     label.writeCString("Radio \xC3\x9C" "ber");
     clientProxy->notify(21, -3, 4, &label);
@@ -470,39 +436,27 @@ TEST_F(DABPlayerInterfacesTest, NotifyIsOneWayAndCarriesTheParcelOrNull) {
     clientProxy->notify(5, 6, 0, nullptr);
     Parcel empty;
     clientProxy->notify(8, 0, 0, &empty);
-
     ASSERT_EQ(3u, client->received.size());
-    const auto& withText = client->received[0];
-    EXPECT_EQ(21, withText.msg);
-    EXPECT_EQ(-3, withText.ext1);
-    EXPECT_EQ(4, withText.ext2);
-    EXPECT_TRUE(withText.hasParcel);
-    EXPECT_EQ(label.dataSize(), withText.parcelSize);
-    EXPECT_EQ("Radio \xC3\x9C" "ber", withText.text);
-    EXPECT_EQ(5, client->received[1].msg);
-    EXPECT_EQ(6, client->received[1].ext1);
-    EXPECT_FALSE(client->received[1].hasParcel);
-    EXPECT_TRUE(client->received[2].hasParcel);
-    EXPECT_EQ(0u, client->received[2].parcelSize);
-}
+    const auto& r = client->received;
+    EXPECT_EQ(std::vector<int>({21, -3, 4, 1}), std::vector<int>({r[0].msg, r[0].ext1, r[0].ext2, r[0].hasParcel}));
+    EXPECT_EQ(label.dataSize(), r[0].parcelSize);
+    EXPECT_EQ("Radio \xC3\x9C" "ber", r[0].text);
+    EXPECT_EQ(std::vector<int>({5, 6, 0}), std::vector<int>({r[1].msg, r[1].ext1, r[1].hasParcel}));
+    EXPECT_TRUE(r[2].hasParcel);
+    EXPECT_EQ(0u, r[2].parcelSize);
 
-TEST_F(DABPlayerInterfacesTest, CreateClientPassesPidAndCallbackAndReturnsThePlayer) {
     sp<FakeService> service = new FakeService;
     service->toReturn = player;
-    sp<IDABPlayerService> serviceProxy =
-            interface_cast<IDABPlayerService>(new RemoteBinder(service));
-
+    sp<IDABPlayerService> serviceProxy = interface_cast<IDABPlayerService>(new RemoteBinder(service));
     sp<IDABPlayer> created = serviceProxy->createClient(4711, clientProxy);
     ASSERT_NE(nullptr, created);
     EXPECT_EQ(static_cast<IBinder*>(player.get()), IInterface::asBinder(created).get());
-    ASSERT_EQ(1u, service->pids.size());
-    EXPECT_EQ(4711, service->pids[0]);
+    ASSERT_EQ(std::vector<int>({4711}), service->pids);
     ASSERT_NE(nullptr, service->clients[0]);
     EXPECT_EQ(clientRemote.get(), IInterface::asBinder(service->clients[0]).get());
-
     service->toReturn = nullptr;
     EXPECT_EQ(nullptr, serviceProxy->createClient(12, nullptr));
-    ASSERT_EQ(2u, service->pids.size());
+    ASSERT_EQ(std::vector<int>({4711, 12}), service->pids);
     EXPECT_EQ(nullptr, service->clients[1]);
     service->clients.clear();
 }
@@ -520,29 +474,21 @@ TEST_F(DABPlayerInterfacesTest, UnknownCodesAndWrongInterfaceTokensAreRefused) {
         {client, IDABPlayerClient::descriptor, IDABPlayerClient::NOTIFY + 1},
         {service, IDABPlayerService::descriptor, IDABPlayerService::CREATE_CLIENT + 1},
     };
+    Parcel reply;
     for (const auto& c : cases) {
-        Parcel data;
-        Parcel reply;
-        withToken(data, c.descriptor).writeInt32(1);
+        Request data(c.descriptor, {1});
         EXPECT_EQ(UNKNOWN_TRANSACTION, c.stub->transact(c.code, data, &reply)) << c.code;
-
         Parcel query;
         EXPECT_EQ(NO_ERROR, c.stub->transact(IBinder::INTERFACE_TRANSACTION, data, &query));
         EXPECT_EQ(c.descriptor, query.readString16());
     }
-    Parcel reply;
-    Parcel toPlayer;
-    withToken(toPlayer, IDABPlayerClient::descriptor).writeInt32(1);
+    Request toPlayer(IDABPlayerClient::descriptor, {1});
     EXPECT_EQ(PERMISSION_DENIED, player->transact(IDABPlayer::RECALL, toPlayer, &reply));
-    Parcel toClient;
-    withToken(toClient, IDABPlayer::descriptor);
-    for (int i = 0; i < 4; ++i) toClient.writeInt32(0);
+    Request toClient(IDABPlayer::descriptor, {0, 0, 0, 0});
     EXPECT_EQ(PERMISSION_DENIED, client->transact(IDABPlayerClient::NOTIFY, toClient, nullptr));
-    Parcel toService;
-    withToken(toService, IDABPlayer::descriptor).writeInt32(1);
+    Request toService(IDABPlayer::descriptor, {1});
     toService.writeStrongBinder(nullptr);
-    EXPECT_EQ(PERMISSION_DENIED,
-              service->transact(IDABPlayerService::CREATE_CLIENT, toService, &reply));
+    EXPECT_EQ(PERMISSION_DENIED, service->transact(IDABPlayerService::CREATE_CLIENT, toService, &reply));
 
     // Through a proxy: code 1 is the callback's notify, which checks the token; code 31 is
     // unknown to it. The caller's output stays as it was.
@@ -557,81 +503,41 @@ TEST_F(DABPlayerInterfacesTest, UnknownCodesAndWrongInterfaceTokensAreRefused) {
     EXPECT_TRUE(service->pids.empty());
 }
 
-TEST_F(DABPlayerInterfacesTest, TruncatedRequestsAreRefusedWithoutCallingTheService) {
-    Parcel tokenOnly;
-    withToken(tokenOnly, IDABPlayer::descriptor);
-    for (size_t i = 0; i < operations().size(); ++i) {
-        const Operation& op = operations()[i];
-        SCOPED_TRACE(op.name);
-        CallerStorage caller(i);
-        op.call(*proxy, caller.args);
-        const std::vector<uint8_t> request = playerRemote->lastRequest;
-        player->calls.clear();
-
-        for (size_t length = 0; length < request.size(); ++length) {
-            const status_t expected = length < tokenOnly.dataSize() ? PERMISSION_DENIED : BAD_VALUE;
-            EXPECT_EQ(expected, replay(codeOf(i), request, length)) << length;
-        }
-        EXPECT_TRUE(player->calls.empty());
-        // The whole request is accepted: the refusals above came from the missing bytes.
-        EXPECT_EQ(NO_ERROR, replay(codeOf(i), request, request.size()));
-        EXPECT_EQ(1u, player->calls.size());
-    }
-}
-
-TEST_F(DABPlayerInterfacesTest, MalformedPresenceFlagsAndBinderIndexesAreRefused) {
+TEST_F(DABPlayerInterfacesTest, MalformedRequestsAndNotificationsAreRefused) {
     Parcel reply;
-    Parcel badFlag;
-    withToken(badFlag, IDABPlayer::descriptor).writeInt32(2);
-    badFlag.writeInt32(0);
+    Request badFlag(IDABPlayer::descriptor, {2, 0});  // presence flag 2
     EXPECT_EQ(BAD_VALUE, player->transact(IDABPlayer::GET_BAND, badFlag, &reply));
     EXPECT_TRUE(player->calls.empty());
 
     // A binder index with no binder behind it, and none at all.
     proxy->setClientListener(clientProxy);
-    const std::vector<uint8_t> request = playerRemote->lastRequest;
+    const std::vector<uint8_t> listener = playerRemote->lastRequest;
     const int listenerCalls = player->listenerCalls;
-    EXPECT_EQ(BAD_VALUE, replay(IDABPlayer::SET_CLIENT_LISTENER, request, request.size()));
-    EXPECT_EQ(BAD_VALUE, replay(IDABPlayer::SET_CLIENT_LISTENER, request, request.size() - 4));
+    EXPECT_EQ(BAD_VALUE, replay(IDABPlayer::SET_CLIENT_LISTENER, listener, listener.size()));
+    EXPECT_EQ(BAD_VALUE, replay(IDABPlayer::SET_CLIENT_LISTENER, listener, listener.size() - 4));
     EXPECT_EQ(listenerCalls, player->listenerCalls);
-
     sp<FakeService> service = new FakeService;
-    Parcel pidOnly;
-    withToken(pidOnly, IDABPlayerService::descriptor).writeInt32(4711);
+    Request pidOnly(IDABPlayerService::descriptor, {4711});
     EXPECT_EQ(BAD_VALUE, service->transact(IDABPlayerService::CREATE_CLIENT, pidOnly, &reply));
-    Parcel danglingClient;
-    withToken(danglingClient, IDABPlayerService::descriptor).writeInt32(4711);
-    danglingClient.writeInt32(0);
-    EXPECT_EQ(BAD_VALUE,
-              service->transact(IDABPlayerService::CREATE_CLIENT, danglingClient, &reply));
+    Request danglingClient(IDABPlayerService::descriptor, {4711, 0});
+    EXPECT_EQ(BAD_VALUE, service->transact(IDABPlayerService::CREATE_CLIENT, danglingClient, &reply));
     EXPECT_TRUE(service->pids.empty());
-}
 
-TEST_F(DABPlayerInterfacesTest, TruncatedOrOverlongNotifyIsDropped) {
+    // A notification cut anywhere, with a parcel flag of 2, or with a block that claims more
+    // bytes than there are.
     Parcel label;
     label.writeCString("Ensemble");
     clientProxy->notify(21, 1, 2, &label);
-    const std::vector<uint8_t> request = clientRemote->lastRequest;
+    const std::vector<uint8_t> notification = clientRemote->lastRequest;
     client->received.clear();
-    for (size_t length = 0; length < request.size(); ++length) {
+    for (size_t length = 0; length < notification.size(); ++length) {
         Parcel data;
-        data.setData(request.data(), length);
+        data.setData(notification.data(), length);
         EXPECT_NE(NO_ERROR, client->transact(IDABPlayerClient::NOTIFY, data, nullptr)) << length;
     }
-    // A parcel flag of 2 and a block that claims more bytes than there are.
-    Parcel badFlag;
-    withToken(badFlag, IDABPlayerClient::descriptor).writeInt32(1);
-    badFlag.writeInt32(0);
-    badFlag.writeInt32(0);
-    badFlag.writeInt32(2);
-    EXPECT_EQ(BAD_VALUE, client->transact(IDABPlayerClient::NOTIFY, badFlag, nullptr));
-    Parcel overlong;
-    withToken(overlong, IDABPlayerClient::descriptor).writeInt32(1);
-    overlong.writeInt32(0);
-    overlong.writeInt32(0);
-    overlong.writeInt32(1);
-    overlong.writeInt32(64);
-    overlong.writeInt32(0);
+    Request badParcelFlag(IDABPlayerClient::descriptor, {1, 0, 0, 2});
+    EXPECT_EQ(BAD_VALUE, client->transact(IDABPlayerClient::NOTIFY, badParcelFlag, nullptr));
+    Request overlong(IDABPlayerClient::descriptor, {1, 0, 0, 1, 64, 0});
     EXPECT_EQ(BAD_VALUE, client->transact(IDABPlayerClient::NOTIFY, overlong, nullptr));
     EXPECT_TRUE(client->received.empty());
 }
