@@ -1,11 +1,8 @@
-// The whole head unit under faults, as separate processes: sixteen watching applications
-// while the simulated tuner seeks and delivers lists and the signal level changes thousands of
-// times; one watcher stopped until the service drops it, three killed, one application
-// reconnecting 200 times, one breaking the wire protocol, and the head-unit simulator killed
-// and restarted. Healthy watchers must see every signal change in order, the service must
-// end with an empty registry and its descriptors and threads where they started, and both
-// sources must be registered again soon after the simulator is back. Run on its own (ctest
-// label "fault") so that it can be repeated.
+// The whole head unit under faults, as separate processes: sixteen watching applications while
+// the tuner seeks, delivers lists and changes the signal level thousands of times; one watcher
+// stopped until the service drops it, three killed, one application reconnecting 200 times, one
+// breaking the wire protocol, and the head-unit simulator killed and restarted. Run on its own
+// (ctest label "fault") so that it can be repeated.
 #include "HeadUnitProcessFixture.h"
 
 #include "BinderRuntime.h"
@@ -125,22 +122,23 @@ std::vector<int> signalLevels(const std::string& watchOutput) {
 // the connection within the time-out.
 bool breakWireProtocol(const std::string& socketPath) {
     const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    struct sockaddr_un addr;
-    memset(&addr, 0, sizeof(addr));
+    struct sockaddr_un addr = {};
     addr.sun_family = AF_UNIX;
     strncpy(addr.sun_path, socketPath.c_str(), sizeof(addr.sun_path) - 1);
-    bool closed = false;
-    if (fd >= 0 && connect(fd, reinterpret_cast<struct sockaddr*>(&addr), sizeof(addr)) == 0) {
-        char garbage[64];
-        memset(garbage, 0x5A, sizeof(garbage));
-        if (write(fd, garbage, sizeof(garbage)) == static_cast<ssize_t>(sizeof(garbage))) {
-            struct pollfd p = {fd, POLLIN, 0};
-            char c;
-            closed = poll(&p, 1, 10000) == 1 && read(fd, &c, 1) == 0;
-        }
-    }
+    char garbage[64];
+    memset(garbage, 0x5A, sizeof(garbage));
+    struct pollfd p = {fd, POLLIN, 0};
+    char c;
+    const bool closed =
+            fd >= 0 && connect(fd, reinterpret_cast<struct sockaddr*>(&addr), sizeof(addr)) == 0 &&
+            write(fd, garbage, sizeof(garbage)) == static_cast<ssize_t>(sizeof(garbage)) &&
+            poll(&p, 1, 10000) == 1 && read(fd, &c, 1) == 0;
     if (fd >= 0) close(fd);
     return closed;
+}
+
+int ms(std::chrono::steady_clock::duration d) {
+    return static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(d).count());
 }
 
 class FaultInjectionTest : public HeadUnitProcessTest {
@@ -151,7 +149,8 @@ protected:
         waitUntil([] { return BinderRuntime::connectionCount() == 0; }, 5s);
         HeadUnitProcessTest::TearDown();
     }
-    int constructed() { return countOf(readFile("service.err"), "DABPlayer construct"); }
+    int logCount(const char* text) { return countOf(readFile("service.err"), text); }
+    int constructed() { return logCount("DABPlayer construct"); }
     int registered() {
         const std::string log = readFile("service.err");
         return countOf(log, "DABPlayer construct") - countOf(log, "DABPlayer destruct");
@@ -183,10 +182,8 @@ TEST_F(FaultInjectionTest, HealthyClientsMissNothingAndTheServiceEndsWhereItStar
     ASSERT_NE(nullptr, service);
     sp<IDABPlayer> player = service->createClient(static_cast<int>(getpid()), nullptr);
     ASSERT_NE(nullptr, player);
-    auto simCommand = [&](const std::string& line) {
-        String8 out;
-        return sim->execute(String8(line.c_str()), 0, &out);
-    };
+    String8 simOut;
+    auto simCommand = [&](const std::string& line) { return sim->execute(String8(line.c_str()), 0, &simOut); };
 
     kill(watchers[kStopped], SIGSTOP);
     const pid_t reconnecting =
@@ -220,12 +217,8 @@ TEST_F(FaultInjectionTest, HealthyClientsMissNothingAndTheServiceEndsWhereItStar
     // Watchers are checked one at a time, each until it is complete: reading every output
     // again on each look would take the machine from the processes under test.
     int completed = 0;
-    waitUntil(
-            [&] {
-                while (completed < kStopped && complete(completed)) ++completed;
-                return completed == kStopped;
-            },
-            60s);
+    waitUntil([&] { while (completed < kStopped && complete(completed)) ++completed;
+                    return completed == kStopped; }, 60s);
     for (int w = completed; w < kStopped; ++w) EXPECT_TRUE(complete(w)) << "watcher " << w;
     const auto deliveredTime = std::chrono::steady_clock::now() - floodStart;
 
@@ -244,21 +237,13 @@ TEST_F(FaultInjectionTest, HealthyClientsMissNothingAndTheServiceEndsWhereItStar
     // The head-unit simulator dies and comes back: both sources are registered again.
     kill(simPid(), SIGKILL);
     EXPECT_EQ(-SIGKILL, waitExit(simPid(), 5s));
-    ASSERT_TRUE(waitUntil(
-            [this] {
-                return countOf(readFile("service.err"), "ReConnectServiceThread::threadLoop() once gap=1000000") >= 2;
-            },
-            10s));
-    const int reconnected = countOf(readFile("service.err"), "ReConnectServiceThread reconnect Success !!");
+    ASSERT_TRUE(waitUntil([&] { return logCount("ReConnectServiceThread::threadLoop() once gap=1000000") >= 2; }, 10s));
+    const char* const kBack = "ReConnectServiceThread reconnect Success !!";
+    const int reconnected = logCount(kBack);
     startSimulator("sim2");
     const auto simBack = std::chrono::steady_clock::now();
     // The service's log says when both sources are back; the simulator then confirms it.
-    EXPECT_TRUE(waitUntil(
-            [&] {
-                return countOf(readFile("service.err"), "ReConnectServiceThread reconnect Success !!") >=
-                       reconnected + 2;
-            },
-            10s));
+    EXPECT_TRUE(waitUntil([&] { return logCount(kBack) >= reconnected + 2; }, 10s));
     const auto reRegistered = std::chrono::steady_clock::now() - simBack;
     EXPECT_LT(reRegistered, 1500ms);
     const json sources = json::parse(dabctl({"--json", "hu", "sources"}).out, nullptr, false);
@@ -277,25 +262,14 @@ TEST_F(FaultInjectionTest, HealthyClientsMissNothingAndTheServiceEndsWhereItStar
     EXPECT_TRUE(waitUntil([this] { return registered() == 0; }, 10s))
             << registered() << " client objects left";
     ProcessCounts end;
-    EXPECT_TRUE(waitUntil(
-            [&] {
-                end = countsOf(servicePid());
-                return end.noMoreThan(start);
-            },
-            10s))
+    EXPECT_TRUE(waitUntil([&] { return (end = countsOf(servicePid())).noMoreThan(start); }, 10s))
             << "start: " << describe(start) << "; end: " << describe(end);
 
-    RecordProperty("flood_ms", static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(floodTime).count()));
-    RecordProperty("delivered_ms",
-                   static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(deliveredTime).count()));
-    RecordProperty("reregistered_ms",
-                   static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(reRegistered).count()));
-    printf("fault injection: %d signal changes sent in %lld ms, all delivered after %lld ms; "
-           "sources registered %lld ms after the simulator was back; service at start %s, "
-           "at the end %s\n",
-           kSignalChanges,
-           static_cast<long long>(std::chrono::duration_cast<std::chrono::milliseconds>(floodTime).count()),
-           static_cast<long long>(std::chrono::duration_cast<std::chrono::milliseconds>(deliveredTime).count()),
-           static_cast<long long>(std::chrono::duration_cast<std::chrono::milliseconds>(reRegistered).count()),
+    RecordProperty("flood_ms", ms(floodTime));
+    RecordProperty("delivered_ms", ms(deliveredTime));
+    RecordProperty("reregistered_ms", ms(reRegistered));
+    printf("fault injection: %d signal changes sent in %d ms, all delivered after %d ms; sources "
+           "registered %d ms after the simulator was back; service at start %s, at the end %s\n",
+           kSignalChanges, ms(floodTime), ms(deliveredTime), ms(reRegistered),
            describe(start).c_str(), describe(end).c_str());
 }
