@@ -1,5 +1,6 @@
 #include "DABSourceController.h"
 #include "DABTASourceController.h"
+#include "PlayerOperations.h"
 #include "ServiceFixture.h"
 
 #include <gmock/gmock.h>
@@ -11,27 +12,6 @@ using namespace android;
 using ::testing::ElementsAre;
 
 namespace {
-
-// The client operations by shape: no argument, one int, two ints, an int output, a text output,
-// label and code outputs, an index with label and code outputs. getDynamicText and
-// getPresetListItem are written out.
-#define CLIENT_OPERATIONS(V, I, II, PI, PC, LABEL, ITEM)                                          \
-    V(manualUp) V(manualDown) V(presetSeekUp) V(presetSeekDown) V(switchBand) I(recall)          \
-    II(presetListRecall) V(presetUpRecall) V(presetDownRecall) I(serviceListRecall)              \
-    I(ptyNewsinfoListRecall) I(ptyPopularListRecall) I(ptyClassicsListRecall)                    \
-    I(ptyOthersListRecall) I(ensembleListRecall) I(memory) II(presetListMemory)                  \
-    I(requestPresetList) V(timeShiftPlay) V(timeShiftPause) I(timeSeek) V(requestDynamicText)    \
-    V(requestServiceListUpdate) V(cancelServiceListUpdate) V(requestServiceCompList)             \
-    V(requestEnsembleList) I(requestPTYSecondList) I(requestEnsembleSecondList) I(abcSearch)     \
-    V(abcSearchCancel) PI(getBand) PI(getPresetNum) PI(getFrequence) PC(getFreqString)           \
-    PC(getBlockId) PI(getSignalLevel) PI(getFmLink) PI(getBitPerSecond) PI(getPtyType)           \
-    LABEL(getEnsembleLabel) LABEL(getServiceLabel) LABEL(getCompLabel) PI(getCompTotal)          \
-    PI(getCompNum) PI(getPlaybackStatus) PI(getTotalTime) PI(getCacheTime) PI(getPauseTime)      \
-    ITEM(getServiceListItem) ITEM(getPtyPopularListItem) ITEM(getPtyClassicsListItem)            \
-    ITEM(getPtyNewsinfoListItem) ITEM(getPtyOthersListItem) ITEM(getEnsembleCompListItem)        \
-    ITEM(getEnsembleListItem) PI(getLogicMode) PI(getError) PI(getRealError) PI(getNm)           \
-    PI(getDisplayFormat) PI(getAntStatus) V(toNormalView) V(toLive) V(timeShift)                 \
-    V(abcSearchOn) V(abcSearchOff) V(setDisplayFormat)
 
 // A service whose client-visible operations record their name and arguments instead of
 // working, so that each forwarding slot can be checked.
@@ -54,22 +34,11 @@ public:
     int name(char* l, int* c) override { calls.push_back(#name "(ptr,ptr)"); if (l) l[0] = 'L'; if (c) *c = 5; return 104; }
 #define RECITEM(name) \
     int name(int i, char* l, int* c) override { calls.push_back(#name "(" + str(i) + ",ptr,ptr)"); if (l) l[0] = 'I'; if (c) *c = 10; return 105; }
-    CLIENT_OPERATIONS(REC0, REC1, REC2, RECPI, RECPC, RECLABEL, RECITEM)
-
-    int getDynamicText(char* t, int* c, int* l) override {
-        calls.push_back("getDynamicText(ptr,ptr,ptr)");
-        if (t) t[0] = 'D';
-        if (c) *c = 4;
-        if (l) *l = 1;
-        return 106;
-    }
-    int getPresetListItem(int b, int i, char* l, int* c, int* a) override {
-        calls.push_back("getPresetListItem(" + str(b) + "," + str(i) + ",ptr,ptr,ptr)");
-        if (l) l[0] = 'P';
-        if (c) *c = 5;
-        if (a) *a = 1;
-        return 107;
-    }
+#define RECDYNAMIC(name) int name(char* t, int* c, int* l) override {                               \
+        calls.push_back(#name "(ptr,ptr,ptr)"); if (t) t[0] = 'D'; if (c) *c = 4; if (l) *l = 1; return 106; }
+#define RECPRESET(name) int name(int b, int i, char* l, int* c, int* a) override {                      \
+        calls.push_back(#name "(" + str(b) + "," + str(i) + ",ptr,ptr,ptr)"); if (l) l[0] = 'P'; if (c) *c = 5; if (a) *a = 1; return 107; }
+    PLAYER_OPERATIONS(REC0, REC1, REC2, RECPI, RECPC, RECLABEL, RECITEM, RECDYNAMIC, RECPRESET)
 };
 
 class ClientObjectTest : public ServiceFixture {};
@@ -95,10 +64,10 @@ TEST_F(ClientObjectTest, EveryOperationReachesTheServiceOperationOfTheSameName) 
 #define CALLPC(n) {[&] { return p->n(label); }, 103, #n "(ptr)"},
 #define CALLLABEL(n) {[&] { return p->n(label, &code); }, 104, #n "(ptr,ptr)"},
 #define CALLITEM(n) {[&] { return p->n(6, label, &code); }, 105, #n "(6,ptr,ptr)"},
+#define CALLDYNAMIC(n) {[&] { return p->n(text, &code, &len); }, 106, #n "(ptr,ptr,ptr)"},
+#define CALLPRESET(n) {[&] { return p->n(2, 5, label, &code, &avail); }, 107, #n "(2,5,ptr,ptr,ptr)"},
     std::vector<Case> cases = {
-        CLIENT_OPERATIONS(CALL0, CALL1, CALL2, CALLPI, CALLPC, CALLLABEL, CALLITEM)
-        {[&] { return p->getDynamicText(text, &code, &len); }, 106, "getDynamicText(ptr,ptr,ptr)"},
-        {[&] { return p->getPresetListItem(2, 5, label, &code, &avail); }, 107, "getPresetListItem(2,5,ptr,ptr,ptr)"},
+        PLAYER_OPERATIONS(CALL0, CALL1, CALL2, CALLPI, CALLPC, CALLLABEL, CALLITEM, CALLDYNAMIC, CALLPRESET)
     };
     ASSERT_EQ(69u, cases.size());
     for (const Case& c : cases) {

@@ -2,6 +2,8 @@
 #include <dabplayer/IDABPlayerClient.h>
 #include <dabplayer/IDABPlayerService.h>
 
+#include "PlayerOperations.h"
+
 #include <gtest/gtest.h>
 
 #include <string.h>
@@ -56,19 +58,24 @@ private:
     sp<IBinder> mTarget;
 };
 
-// What the service writes: derived from the code, so that an output in the wrong slot or of
-// the wrong operation shows. Text bytes are never zero: a label need not end in one.
-std::string textFor(uint32_t code, size_t size) {
+// What the service writes: derived from the operation's name, so that an output in the wrong
+// slot or of the wrong operation shows. Text bytes are never zero: a label need not end in one.
+uint32_t seedOf(const std::string& name) {
+    uint32_t seed = 0;
+    for (char c : name) seed = seed * 31 + static_cast<uint8_t>(c);
+    return seed;
+}
+std::string textFor(const std::string& name, size_t size) {
     std::string text(size, '\0');
-    for (size_t i = 0; i < size; ++i) text[i] = static_cast<char>((code * 31 + i * 7) % 250 + 1);
+    for (size_t i = 0; i < size; ++i) text[i] = static_cast<char>((seedOf(name) + i * 7) % 250 + 1);
     return text;
 }
-int outFor(uint32_t code, int slot) { return static_cast<int>(code) * 1000 + slot * 10 + 7; }
-int statusFor(uint32_t code) { return code % 2 != 0 ? -1 : static_cast<int>(code); }
+int outFor(const std::string& name, int slot) { return static_cast<int>(seedOf(name) % 100000) * 10 + slot; }
+int statusFor(const std::string& name) { return seedOf(name) % 2 != 0 ? -1 : static_cast<int>(seedOf(name) % 1000); }
 
 // What one operation received: inputs, and for each output whether it came and its content.
 struct Received {
-    uint32_t code = 0;
+    std::string name;
     std::vector<int> ints;
     bool textPresent = false;
     std::string textOnArrival;
@@ -76,63 +83,20 @@ struct Received {
     std::vector<int> outOnArrival;
 };
 
-#define NO_ARGS(n, c) int n() override { return record(c); }
-#define ONE_INT(n, c) int n(int a) override { return record(c, {a}); }
-#define TWO_INTS(n, c) int n(int a, int b) override { return record(c, {a, b}); }
-#define INT_OUT(n, c) int n(int* o) override { return record(c, {}, nullptr, {o}); }
-#define TEXT_OUT(n, c) int n(char* t) override { return record(c, {}, t); }
-#define LABEL_OUT(n, c) int n(char* t, int* o) override { return record(c, {}, t, {o}); }
-#define LIST_ITEM(n, c) int n(int a, char* t, int* o) override { return record(c, {a}, t, {o}); }
 class FakePlayer : public BnDABPlayer {
 public:
-    NO_ARGS(manualUp, MANUAL_UP) NO_ARGS(manualDown, MANUAL_DOWN)
-    NO_ARGS(presetSeekUp, PRESET_SEEK_UP) NO_ARGS(presetSeekDown, PRESET_SEEK_DOWN)
-    NO_ARGS(switchBand, SWITCH_BAND) ONE_INT(recall, RECALL)
-    TWO_INTS(presetListRecall, PRESET_LIST_RECALL) NO_ARGS(presetUpRecall, PRESET_UP_RECALL)
-    NO_ARGS(presetDownRecall, PRESET_DOWN_RECALL) ONE_INT(serviceListRecall, SERVICE_LIST_RECALL)
-    ONE_INT(ptyNewsinfoListRecall, PTY_NEWSINFO_LIST_RECALL)
-    ONE_INT(ptyPopularListRecall, PTY_POPULAR_LIST_RECALL)
-    ONE_INT(ptyClassicsListRecall, PTY_CLASSICS_LIST_RECALL)
-    ONE_INT(ptyOthersListRecall, PTY_OTHERS_LIST_RECALL)
-    ONE_INT(ensembleListRecall, ENSEMBLE_LIST_RECALL) ONE_INT(memory, MEMORY)
-    TWO_INTS(presetListMemory, PRESET_LIST_MEMORY) ONE_INT(requestPresetList, REQUEST_PRESET_LIST)
-    NO_ARGS(timeShiftPlay, TIME_SHIFT_PLAY) NO_ARGS(timeShiftPause, TIME_SHIFT_PAUSE)
-    ONE_INT(timeSeek, TIME_SEEK) NO_ARGS(requestDynamicText, REQUEST_DYNAMIC_TEXT)
-    NO_ARGS(requestServiceListUpdate, REQUEST_SERVICE_LIST_UPDATE)
-    NO_ARGS(cancelServiceListUpdate, CANCEL_SERVICE_LIST_UPDATE)
-    NO_ARGS(requestServiceCompList, REQUEST_SERVICE_COMP_LIST)
-    NO_ARGS(requestEnsembleList, REQUEST_ENSEMBLE_LIST)
-    ONE_INT(requestPTYSecondList, REQUEST_PTY_SECOND_LIST)
-    ONE_INT(requestEnsembleSecondList, REQUEST_ENSEMBLE_SECOND_LIST) ONE_INT(abcSearch, ABC_SEARCH)
-    NO_ARGS(abcSearchCancel, ABC_SEARCH_CANCEL) INT_OUT(getBand, GET_BAND)
-    INT_OUT(getPresetNum, GET_PRESET_NUM) INT_OUT(getFrequence, GET_FREQUENCE)
-    TEXT_OUT(getFreqString, GET_FREQ_STRING) TEXT_OUT(getBlockId, GET_BLOCK_ID)
-    INT_OUT(getSignalLevel, GET_SIGNAL_LEVEL) INT_OUT(getFmLink, GET_FM_LINK)
-    INT_OUT(getBitPerSecond, GET_BIT_PER_SECOND) INT_OUT(getPtyType, GET_PTY_TYPE)
-    LABEL_OUT(getEnsembleLabel, GET_ENSEMBLE_LABEL) LABEL_OUT(getServiceLabel, GET_SERVICE_LABEL)
-    LABEL_OUT(getCompLabel, GET_COMP_LABEL) INT_OUT(getCompTotal, GET_COMP_TOTAL)
-    INT_OUT(getCompNum, GET_COMP_NUM) INT_OUT(getPlaybackStatus, GET_PLAYBACK_STATUS)
-    INT_OUT(getTotalTime, GET_TOTAL_TIME) INT_OUT(getCacheTime, GET_CACHE_TIME)
-    INT_OUT(getPauseTime, GET_PAUSE_TIME)
-    int getDynamicText(char* t, int* o1, int* o2) override {
-        return record(GET_DYNAMIC_TEXT, {}, t, {o1, o2}, DAB_PLAYER_DYNAMIC_TEXT_SIZE);
-    }
-    LIST_ITEM(getServiceListItem, GET_SERVICE_LIST_ITEM)
-    LIST_ITEM(getPtyPopularListItem, GET_PTY_POPULAR_LIST_ITEM)
-    LIST_ITEM(getPtyClassicsListItem, GET_PTY_CLASSICS_LIST_ITEM)
-    LIST_ITEM(getPtyNewsinfoListItem, GET_PTY_NEWSINFO_LIST_ITEM)
-    LIST_ITEM(getPtyOthersListItem, GET_PTY_OTHERS_LIST_ITEM)
-    LIST_ITEM(getEnsembleCompListItem, GET_ENSEMBLE_COMP_LIST_ITEM)
-    LIST_ITEM(getEnsembleListItem, GET_ENSEMBLE_LIST_ITEM)
-    int getPresetListItem(int a, int b, char* t, int* o1, int* o2) override {
-        return record(GET_PRESET_LIST_ITEM, {a, b}, t, {o1, o2});
-    }
-    INT_OUT(getLogicMode, GET_LOGIC_MODE) INT_OUT(getError, GET_ERROR)
-    INT_OUT(getRealError, GET_REAL_ERROR) INT_OUT(getNm, GET_NM)
-    INT_OUT(getDisplayFormat, GET_DISPLAY_FORMAT) INT_OUT(getAntStatus, GET_ANT_STATUS)
-    NO_ARGS(toNormalView, TO_NORMAL_VIEW) NO_ARGS(toLive, TO_LIVE) NO_ARGS(timeShift, TIME_SHIFT)
-    NO_ARGS(abcSearchOn, ABC_SEARCH_ON) NO_ARGS(abcSearchOff, ABC_SEARCH_OFF)
-    NO_ARGS(setDisplayFormat, SET_DISPLAY_FORMAT)
+#define F0(n) int n() override { return record(#n); }
+#define F1(n) int n(int a) override { return record(#n, {a}); }
+#define F2(n) int n(int a, int b) override { return record(#n, {a, b}); }
+#define FPI(n) int n(int* o) override { return record(#n, {}, nullptr, {o}); }
+#define FPC(n) int n(char* t) override { return record(#n, {}, t); }
+#define FLABEL(n) int n(char* t, int* o) override { return record(#n, {}, t, {o}); }
+#define FITEM(n) int n(int a, char* t, int* o) override { return record(#n, {a}, t, {o}); }
+#define FDYNAMIC(n) \
+    int n(char* t, int* o1, int* o2) override { return record(#n, {}, t, {o1, o2}, DAB_PLAYER_DYNAMIC_TEXT_SIZE); }
+#define FPRESET(n) \
+    int n(int a, int b, char* t, int* o1, int* o2) override { return record(#n, {a, b}, t, {o1, o2}); }
+    PLAYER_OPERATIONS(F0, F1, F2, FPI, FPC, FLABEL, FITEM, FDYNAMIC, FPRESET)
     int setClientListener(const sp<IDABPlayerClient>& client) override {
         listener = client;
         ++listenerCalls;
@@ -145,23 +109,19 @@ public:
     int listenerCalls = 0;
 
 private:
-    int record(uint32_t code, std::vector<int> ints = {}, char* text = nullptr,
+    int record(const std::string& name, std::vector<int> ints = {}, char* text = nullptr,
                std::vector<int*> outs = {}, size_t textSize = DAB_PLAYER_LABEL_SIZE) {
-        Received r;
-        r.code = code;
-        r.ints = ints;
-        r.textPresent = text != nullptr;
-        if (text != nullptr) r.textOnArrival.assign(text, textSize);
+        Received r{name, ints, text != nullptr, text != nullptr ? std::string(text, textSize) : "", {}, {}};
         for (int* out : outs) {
             r.outPresent.push_back(out != nullptr);
             r.outOnArrival.push_back(out != nullptr ? *out : 0);
         }
         calls.push_back(r);
-        if (writeOutputs && text != nullptr) memcpy(text, textFor(code, textSize).data(), textSize);
+        if (writeOutputs && text != nullptr) memcpy(text, textFor(name, textSize).data(), textSize);
         for (size_t i = 0; i < outs.size(); ++i) {
-            if (writeOutputs && outs[i] != nullptr) *outs[i] = outFor(code, static_cast<int>(i));
+            if (writeOutputs && outs[i] != nullptr) *outs[i] = outFor(name, static_cast<int>(i));
         }
-        return statusFor(code);
+        return statusFor(name);
     }
 };
 
@@ -200,31 +160,11 @@ Operation op(const char* n, int (IDABPlayer::*f)(A...), size_t textSize = DAB_PL
             }};
 }
 
-#define OP(name) op(#name, &IDABPlayer::name)
+#define OP(n) op(#n, &IDABPlayer::n),
+#define OP_DYNAMIC(n) op(#n, &IDABPlayer::n, DAB_PLAYER_DYNAMIC_TEXT_SIZE),
 
-// Operations 1 to 69 in interface order: entry i travels as FIRST_CALL_TRANSACTION + i.
 const std::vector<Operation>& operations() {
-    static const std::vector<Operation> ops = {
-        OP(manualUp), OP(manualDown), OP(presetSeekUp), OP(presetSeekDown), OP(switchBand),
-        OP(recall), OP(presetListRecall), OP(presetUpRecall), OP(presetDownRecall),
-        OP(serviceListRecall), OP(ptyNewsinfoListRecall), OP(ptyPopularListRecall),
-        OP(ptyClassicsListRecall), OP(ptyOthersListRecall), OP(ensembleListRecall), OP(memory),
-        OP(presetListMemory), OP(requestPresetList), OP(timeShiftPlay), OP(timeShiftPause),
-        OP(timeSeek), OP(requestDynamicText), OP(requestServiceListUpdate),
-        OP(cancelServiceListUpdate), OP(requestServiceCompList), OP(requestEnsembleList),
-        OP(requestPTYSecondList), OP(requestEnsembleSecondList), OP(abcSearch),
-        OP(abcSearchCancel), OP(getBand), OP(getPresetNum), OP(getFrequence), OP(getFreqString),
-        OP(getBlockId), OP(getSignalLevel), OP(getFmLink), OP(getBitPerSecond), OP(getPtyType),
-        OP(getEnsembleLabel), OP(getServiceLabel), OP(getCompLabel), OP(getCompTotal),
-        OP(getCompNum), OP(getPlaybackStatus), OP(getTotalTime), OP(getCacheTime),
-        OP(getPauseTime),
-        op("getDynamicText", &IDABPlayer::getDynamicText, DAB_PLAYER_DYNAMIC_TEXT_SIZE),
-        OP(getServiceListItem), OP(getPtyPopularListItem), OP(getPtyClassicsListItem),
-        OP(getPtyNewsinfoListItem), OP(getPtyOthersListItem), OP(getEnsembleCompListItem),
-        OP(getEnsembleListItem), OP(getPresetListItem), OP(getLogicMode), OP(getError),
-        OP(getRealError), OP(getNm), OP(getDisplayFormat), OP(getAntStatus), OP(toNormalView),
-        OP(toLive), OP(timeShift), OP(abcSearchOn), OP(abcSearchOff), OP(setDisplayFormat),
-    };
+    static const std::vector<Operation> ops = {PLAYER_OPERATIONS(OP, OP, OP, OP, OP, OP, OP, OP_DYNAMIC, OP)};
     return ops;
 }
 
@@ -380,24 +320,24 @@ TEST_F(DABPlayerInterfacesTest, EveryOperationCarriesItsArgumentsAndThePresentOu
                 std::string expected = caller.bytes();
                 player->calls.clear();
 
-                EXPECT_EQ(statusFor(code), op.call(*proxy, caller.args));
+                EXPECT_EQ(statusFor(op.name), op.call(*proxy, caller.args));
 
                 EXPECT_EQ(code, playerRemote->lastCode);
                 ASSERT_EQ(1u, player->calls.size());
                 const Received& got = player->calls[0];
-                EXPECT_EQ(code, got.code);
+                EXPECT_EQ(op.name, got.name);
                 EXPECT_EQ(std::vector<int>(caller.args.ints, caller.args.ints + op.ints), got.ints);
                 EXPECT_EQ(hasText && caller.args.text != nullptr, got.textPresent);
                 if (got.textPresent) {
                     EXPECT_EQ(expected.substr(0, op.textSize), got.textOnArrival);
-                    if (writes) expected.replace(0, op.textSize, textFor(code, op.textSize));
+                    if (writes) expected.replace(0, op.textSize, textFor(op.name, op.textSize));
                 }
                 EXPECT_EQ(expected, caller.bytes());
                 ASSERT_EQ(static_cast<size_t>(op.outs), got.outPresent.size());
                 for (int k = 0; k < op.outs; ++k) {
                     EXPECT_EQ(caller.args.outs[k] != nullptr, got.outPresent[k]);
                     EXPECT_EQ(got.outPresent[k] ? kOutBefore[k] : 0, got.outOnArrival[k]);
-                    EXPECT_EQ(got.outPresent[k] && writes ? outFor(code, k) : kOutBefore[k],
+                    EXPECT_EQ(got.outPresent[k] && writes ? outFor(op.name, k) : kOutBefore[k],
                               caller.outs[k]);
                 }
                 if (missing == kNone && writes) expectEveryCutRequestRefused(code);
