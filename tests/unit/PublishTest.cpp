@@ -16,15 +16,11 @@ std::string field(const char* writer, const std::string& value) {
     return std::string(writer) + "(" + value + ")";
 }
 
-std::string dabNames() {
-    return field("writeMediaSourceID", INFOBAR_SRCNAME_DAB) + ", " +
-           field("writeSrcNameForVA", VA_SRCNAME_DIGTIAL_RADIO);
+std::string names(const std::string& source, const std::string& va) {
+    return field("writeMediaSourceID", source) + ", " + field("writeSrcNameForVA", va);
 }
-
-std::string taNames() {
-    return field("writeMediaSourceID", INFOBAR_SRCNAME_TADAB) + ", " +
-           field("writeSrcNameForVA", VA_SRCNAME_TA_INTERRUPT);
-}
+std::string dabNames() { return names(INFOBAR_SRCNAME_DAB, VA_SRCNAME_DIGTIAL_RADIO); }
+std::string taNames() { return names(INFOBAR_SRCNAME_TADAB, VA_SRCNAME_TA_INTERRUPT); }
 
 }  // namespace
 
@@ -65,6 +61,14 @@ TEST_F(PublishTest, LabelRecordsCarryDabNamesThenTheLabelOfTheInfoType) {
     EXPECT_TRUE(mLog->contains("DABPlayer publishDabLabel service Radio 4"));
     EXPECT_EQ(4, mLog->count("DABPlayerService publishDabLabell"));
     EXPECT_TRUE(mLog->contains("DABPlayerService::publishDabLabel infoType = 3"));
+
+    // The stored info type selects; the argument is only logged.
+    mMediaManager->clearRecords();
+    peer().currentInfoType() = DAB_SERVER_INFO_TYPE_COMP;
+    EXPECT_EQ(0, mService->publishDabLabel(7));
+    EXPECT_EQ(std::vector<std::string>({dabNames() + ", " + field("writeDABLabel", "R4 LW")}),
+              mMediaManager->recordTexts("dab"));
+    EXPECT_TRUE(mLog->contains("DABPlayerService::publishDabLabel infoType = 7"));
 }
 
 TEST_F(PublishTest, LabelWithNothingToPublishAnswersMinusOneAndReleasesTheLock) {
@@ -79,19 +83,8 @@ TEST_F(PublishTest, LabelWithNothingToPublishAnswersMinusOneAndReleasesTheLock) 
     EXPECT_EQ(0, mLog->count("DABPlayerService::publishDabLabel infoType = 1"));
 
     Mutex& lock = peer().publishLock();
-    if (lock.tryLock() == 0) {
-        lock.unlock();
-    } else {
-        ADD_FAILURE() << "publish lock left held";
-    }
-}
-
-TEST_F(PublishTest, LabelSelectsByTheStoredInfoTypeAndLogsTheArgument) {
-    peer().currentInfoType() = DAB_SERVER_INFO_TYPE_COMP;
-    EXPECT_EQ(0, mService->publishDabLabel(7));
-    EXPECT_EQ(std::vector<std::string>({dabNames() + ", " + field("writeDABLabel", "R4 LW")}),
-              mMediaManager->recordTexts("dab"));
-    EXPECT_TRUE(mLog->contains("DABPlayerService::publishDabLabel infoType = 7"));
+    ASSERT_EQ(0, lock.tryLock()) << "publish lock left held";
+    lock.unlock();
 }
 
 TEST_F(PublishTest, DynamicTextRecordsFollowTheStateAndRememberIt) {
@@ -157,7 +150,7 @@ TEST_F(PublishTest, MediaInfoRequestWhileInactivePublishesNothing) {
     EXPECT_TRUE(mMediaManager->records().empty());
 }
 
-TEST_F(PublishTest, MediaInfoRequestWhileActiveRepublishesLastLabelKindAndTextState) {
+TEST_F(PublishTest, MediaInfoRequestWhileActiveRepublishesLastLabelKindAndTextStateAndDeactivationTheUnknownSource) {
     activate(DAB_SERVER_SOURCE_DAB);
     // Activation republishes too: no label kind yet (nothing), then the initial clear text.
     EXPECT_EQ(std::vector<std::string>(
@@ -173,6 +166,11 @@ TEST_F(PublishTest, MediaInfoRequestWhileActiveRepublishesLastLabelKindAndTextSt
                               field("writeDABServiceLabel", "Radio 4"),
                       dabNames() + ", " + field("writeDynamicText", INFOBAR_NODATA_STRINGCONTENT),
               }),
+              mMediaManager->recordTexts("dab"));
+
+    mMediaManager->clearRecords();
+    mService->deactivate(DAB_SERVER_SOURCE_DAB);
+    EXPECT_EQ(std::vector<std::string>({field("writeMediaSourceID", INFOBAR_SRCNAME_UNKNOWN)}),
               mMediaManager->recordTexts("dab"));
 }
 
@@ -192,14 +190,6 @@ TEST_F(PublishTest, TaSourceIdentityAndNamesGoThroughTheDabSource) {
               mMediaManager->recordTexts("dab"));
     EXPECT_TRUE(mMediaManager->records("tadab").empty());
     EXPECT_TRUE(mLog->contains("DABTASourceController::onReqPublishMediaInfo()"));
-}
-
-TEST_F(PublishTest, DabDeactivationPublishesTheUnknownSource) {
-    activate(DAB_SERVER_SOURCE_DAB);
-    mMediaManager->clearRecords();
-    mService->deactivate(DAB_SERVER_SOURCE_DAB);
-    EXPECT_EQ(std::vector<std::string>({field("writeMediaSourceID", INFOBAR_SRCNAME_UNKNOWN)}),
-              mMediaManager->recordTexts("dab"));
 }
 
 TEST_F(PublishTest, RecordsWhileTheSourceIsAbsentAreDroppedWithLog) {
