@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 using namespace android;
 using ::testing::ElementsAre;
 
@@ -79,33 +81,25 @@ TEST_F(ServiceLifecycleTest, PendingActivationIsReplayedAtEveryLaterResume) {
                 ElementsAre("attach(13,0)", "finishResume", "finishSuspend", "finishResume"));
 }
 
-TEST_F(ServiceLifecycleTest, SuspendAnswersAtOnceAndKeepsTheSourceActive) {
+// Suspend answers at once and keeps the source active; deactivating the TA source leaves the
+// DAB worker running; a second DAB activation replaces it.
+TEST_F(ServiceLifecycleTest, SuspendAndTaDeactivationKeepTheWorkerAndReactivationReplacesIt) {
     activate(0);
     sp<DABListProcessThread> worker = peer().listWorker();
+    ASSERT_NE(nullptr, worker);
     mSysCtrl->suspend();
     EXPECT_EQ("finishSuspend", mSysCtrl->calls().back());
     EXPECT_TRUE(peer().isActive());
     EXPECT_EQ(worker, peer().listWorker());
-}
-
-TEST_F(ServiceLifecycleTest, DeactivatingTheTaSourceLeavesTheDabWorkerRunning) {
-    activate(0);
-    sp<DABListProcessThread> worker = peer().listWorker();
-    ASSERT_NE(nullptr, worker);
     EXPECT_EQ(0, mService->deactivate(1));
     EXPECT_FALSE(peer().isActive());
     EXPECT_EQ(worker, peer().listWorker());
     EXPECT_EQ(-1, mService->manualUp());
     EXPECT_THAT(mProcess->calls(), ElementsAre("setOomAdj(5,0)", "setOomAdj(5,2)"));
-}
-
-TEST_F(ServiceLifecycleTest, SecondDabActivationReplacesTheWorker) {
+    mWorkersSeen.push_back(worker);
     activate(0);
-    sp<DABListProcessThread> first = peer().listWorker();
-    mWorkersSeen.push_back(first);
-    activate(0);
-    EXPECT_NE(first, peer().listWorker());
-    first.clear();
+    EXPECT_NE(worker, peer().listWorker());
+    worker.clear();
 }
 
 TEST_F(ServiceLifecycleTest, ResumeWithoutMediaDataClientIsNotAcknowledged) {
@@ -115,15 +109,12 @@ TEST_F(ServiceLifecycleTest, ResumeWithoutMediaDataClientIsNotAcknowledged) {
     EXPECT_FALSE(peer().isResumed());
     EXPECT_FALSE(peer().isActive());
     EXPECT_THAT(mSysCtrl->calls(), ElementsAre("attach(13,0)"));
-    bool reported = false;
-    for (const HostLog::Line& l : mLog->lines()) {
-        if (l.priority == 6 && l.message.find("[0x20300001][in constructor of DABPlayer, new "
-                                              "MediaDataClient() failed, return NULL]\r\n") !=
-                                       std::string::npos) {
-            reported = true;
-        }
-    }
-    EXPECT_TRUE(reported);
+    const std::vector<HostLog::Line> lines = mLog->lines();
+    EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [](const HostLog::Line& l) {
+        return l.priority == 6 && l.message.find("[0x20300001][in constructor of DABPlayer, new "
+                                                 "MediaDataClient() failed, return NULL]\r\n") !=
+                                          std::string::npos;
+    }));
 
     mMediaData->setCreateFails(false);
     resume();
@@ -137,7 +128,7 @@ TEST_F(ServiceLifecycleTest, NotificationCallbackIgnoresANullCookieAndLogsAfterH
     EXPECT_TRUE(mLog->contains("DABPlayerService get notify id=26"));
 }
 
-TEST_F(ServiceLifecycleTest, FanOutReachesEveryClientInTheOrderSent) {
+TEST_F(ServiceLifecycleTest, FanOutReachesEveryClientInTheOrderSentAndAReleasedObjectLeaves) {
     mService->exeNotify(1, 2, 0, nullptr);
     EXPECT_TRUE(mLog->contains("DABPlayerService exeNotify size:0\n"));
     sp<FakeClient> a, b, c;
@@ -152,14 +143,10 @@ TEST_F(ServiceLifecycleTest, FanOutReachesEveryClientInTheOrderSent) {
         EXPECT_THAT(f->summary(), ElementsAre("1:3:0", "9:0:0:\"Radio One\""));
     }
     EXPECT_TRUE(mLog->contains("DABPlayerService exeNotify size:3\n"));
-}
 
-TEST_F(ServiceLifecycleTest, ReleasedClientObjectLeavesTheRegistry) {
-    sp<FakeClient> a;
-    sp<IDABPlayer> ca = connect(&a);
-    EXPECT_EQ(1u, peer().clientCount());
+    // A released client object leaves the registry.
     ca.clear();
-    EXPECT_EQ(0u, peer().clientCount());
+    EXPECT_EQ(2u, peer().clientCount());
     EXPECT_TRUE(mLog->contains("DABPlayer destruct"));
     EXPECT_TRUE(mLog->contains("DABPlayerService::DABPlayer::disconnect"));
 }
