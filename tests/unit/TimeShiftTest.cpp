@@ -38,16 +38,15 @@ protected:
 TEST_F(TimeShiftTest, EverythingRefusesWhileInactive) {
     peer().currentTotalTime() = 300;
     int v = kUntouched;
-    EXPECT_EQ(-1, mService->timeShift());
-    EXPECT_EQ(-1, mService->toLive());
-    EXPECT_EQ(-1, mService->toNormalView());
-    EXPECT_EQ(-1, mService->timeShiftPlay());
-    EXPECT_EQ(-1, mService->timeShiftPause());
+    for (auto command : {&DABPlayerService::timeShift, &DABPlayerService::toLive, &DABPlayerService::toNormalView,
+                          &DABPlayerService::timeShiftPlay, &DABPlayerService::timeShiftPause}) {
+        EXPECT_EQ(-1, (mService.get()->*command)());
+    }
     EXPECT_EQ(-1, mService->timeSeek(100));
-    EXPECT_EQ(-1, mService->getPlaybackStatus(&v));
-    EXPECT_EQ(-1, mService->getTotalTime(&v));
-    EXPECT_EQ(-1, mService->getCacheTime(&v));
-    EXPECT_EQ(-1, mService->getPauseTime(&v));
+    for (auto query : {&DABPlayerService::getPlaybackStatus, &DABPlayerService::getTotalTime,
+                       &DABPlayerService::getCacheTime, &DABPlayerService::getPauseTime}) {
+        EXPECT_EQ(-1, (mService.get()->*query)(&v));
+    }
     EXPECT_EQ(kUntouched, v);
     EXPECT_TRUE(mTuner->commands().empty());
     EXPECT_EQ(1, mLog->count("DABPlayerService in timeShiftPlay mIsActive != 1"));
@@ -55,19 +54,13 @@ TEST_F(TimeShiftTest, EverythingRefusesWhileInactive) {
     EXPECT_TRUE(mLog->contains("in timeSeek time=100"));
 }
 
-TEST_F(TimeShiftTest, CommandsReachTheLibrary) {
+TEST_F(TimeShiftTest, CommandsReachTheLibraryAndSeekIsMeasuredAgainstTheLastKnownTotalTime) {
     activeService();
     EXPECT_EQ(0, mService->timeShift());
     EXPECT_EQ(0, mService->timeShiftPause());
     EXPECT_EQ(0, mService->timeShiftPlay());
     EXPECT_EQ(0, mService->toLive());
     EXPECT_EQ(0, mService->toNormalView());
-    EXPECT_EQ((std::vector<std::string>{"timeShifeModeOn()", "pause()", "play()", "live()", "esc()"}),
-              timeShiftCommands());
-}
-
-TEST_F(TimeShiftTest, SeekIsMeasuredAgainstTheLastKnownTotalTime) {
-    activeService();
     EXPECT_EQ(-1, mService->timeSeek(0)) << "no total time known yet";
 
     mTuner->setGetter("getTsAllTime", 0x2C01);  // 300 with its bytes swapped
@@ -81,8 +74,8 @@ TEST_F(TimeShiftTest, SeekIsMeasuredAgainstTheLastKnownTotalTime) {
     EXPECT_EQ(-1, mService->timeSeek(-1));
     peer().currentTotalTime() = 70000;
     EXPECT_EQ(0, mService->timeSeek(0));
-    EXPECT_EQ((std::vector<std::string>{"timeShiftMove(1,200)", "timeShiftMove(1,0)",
-                                        "timeShiftMove(1,4464)"}),
+    EXPECT_EQ((std::vector<std::string>{"timeShifeModeOn()", "pause()", "play()", "live()", "esc()",
+                                        "timeShiftMove(1,200)", "timeShiftMove(1,0)", "timeShiftMove(1,4464)"}),
               timeShiftCommands());
 
     // The total-time notification refreshes the reference as well.
