@@ -1,6 +1,6 @@
 #include "DABSourceController.h"
 #include "DABTASourceController.h"
-#include "PlayerOperations.h"
+#include "PlayerOperationList.h"
 #include "ServiceFixture.h"
 
 #include <gmock/gmock.h>

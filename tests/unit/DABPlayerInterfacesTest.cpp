@@ -2,7 +2,7 @@
 #include <dabplayer/IDABPlayerClient.h>
 #include <dabplayer/IDABPlayerService.h>
 
-#include "PlayerOperations.h"
+#include "PlayerOperationList.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-#ifndef DAB_TESTS_PLAYEROPERATIONS_H
-#define DAB_TESTS_PLAYEROPERATIONS_H
+#ifndef DAB_TESTS_PLAYEROPERATIONLIST_H
+#define DAB_TESTS_PLAYEROPERATIONLIST_H
 
 // The 69 client operations in interface order (entry i travels as FIRST_CALL_TRANSACTION + i),
 // each given to the macro of its shape: no argument, one int, two ints, an int output, a label
@@ -24,4 +24,4 @@
     PI(getAntStatus) V(toNormalView) V(toLive) V(timeShift) V(abcSearchOn) V(abcSearchOff)       \
     V(setDisplayFormat)
 
-#endif  // DAB_TESTS_PLAYEROPERATIONS_H
+#endif  // DAB_TESTS_PLAYEROPERATIONLIST_H
