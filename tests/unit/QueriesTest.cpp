@@ -74,35 +74,33 @@ TEST_F(QueriesTest, EveryGetterWritesItsEntryLine) {
     int code = 0;
     int length = 0;
     char text[256] = {};
-    int (DABPlayerService::*intQueries[])(int*) = {
-            &DABPlayerService::getBand,         &DABPlayerService::getPresetNum,
-            &DABPlayerService::getFrequence,    &DABPlayerService::getSignalLevel,
-            &DABPlayerService::getFmLink,       &DABPlayerService::getBitPerSecond,
-            &DABPlayerService::getPtyType,      &DABPlayerService::getCompTotal,
-            &DABPlayerService::getCompNum,      &DABPlayerService::getPlaybackStatus,
-            &DABPlayerService::getTotalTime,    &DABPlayerService::getCacheTime,
-            &DABPlayerService::getPauseTime,    &DABPlayerService::getLogicMode,
-            &DABPlayerService::getError,        &DABPlayerService::getRealError,
-            &DABPlayerService::getNm,           &DABPlayerService::getDisplayFormat,
-            &DABPlayerService::getAntStatus};
-    for (auto query : intQueries) (mService.get()->*query)(&v);
+#define ENTRY(n) {&DABPlayerService::n, "in " #n}
+    const std::pair<int (DABPlayerService::*)(int*), const char*> intQueries[] = {
+            ENTRY(getBand),       ENTRY(getPresetNum),    ENTRY(getFrequence), ENTRY(getSignalLevel),
+            ENTRY(getFmLink),     ENTRY(getBitPerSecond), ENTRY(getPtyType),   ENTRY(getCompTotal),
+            ENTRY(getCompNum),    ENTRY(getPlaybackStatus), ENTRY(getTotalTime), ENTRY(getCacheTime),
+            ENTRY(getPauseTime),  ENTRY(getLogicMode),    ENTRY(getError),     ENTRY(getRealError),
+            ENTRY(getNm),         ENTRY(getDisplayFormat), ENTRY(getAntStatus)};
+    std::vector<std::string> expected;
+    for (const auto& q : intQueries) {
+        (mService.get()->*q.first)(&v);
+        expected.push_back(q.second);
+    }
     mService->getFreqString(text);
     mService->getBlockId(text);
     mService->getEnsembleLabel(text, &code);
     mService->getCompLabel(text, &code);
     mService->getDynamicText(text, &code, &length);
-    const char* expected[] = {
-            "in getBand",         "in getPresetNum",   "in getFrequence",  "in getSignalLevel",
-            "in getFmLink",       "in getBitPerSecond", "in getPtyType",    "in getCompTotal",
-            "in getCompNum",      "in getPlaybackStatus", "in getTotalTime", "in getCacheTime",
-            "in getPauseTime",    "in getLogicMode",    "in getError",      "in getRealError",
-            "in getNm",           "in getDisplayFormat", "in getAntStatus",  "in getFreqString",
-            "in getBlockId",      "in getEnsembleLabel", "in getCompLabel",  "in getDynamicText"};
+    for (const char* e : {"in getFreqString", "in getBlockId", "in getEnsembleLabel", "in getCompLabel",
+                          "in getDynamicText"}) {
+        expected.push_back(e);
+    }
     std::vector<std::string> entries;
     for (const std::string& m : mLog->messages("DABPlayer")) {
         if (m.compare(0, 6, "in get") == 0 && m.find(' ', 3) == std::string::npos) entries.push_back(m);
     }
-    EXPECT_EQ(std::vector<std::string>(std::begin(expected), std::end(expected)), entries);
+    EXPECT_EQ(expected, entries);
+    EXPECT_EQ(24u, entries.size());
 }
 
 TEST_F(QueriesTest, LibraryValuesAreWrittenAndStoredBeforeTheRangeTest) {
@@ -187,7 +185,7 @@ TEST_F(QueriesTest, ChannelQueriesUseTheChannelTable) {
     EXPECT_EQ(3, peer().currentDisplayFormat());
 }
 
-TEST_F(QueriesTest, LabelQueriesHideLabelsWhilePresetOperationsRun) {
+TEST_F(QueriesTest, LabelQueriesHideLabelsWhilePresetOperationsRunAndTextComesRaw) {
     char label[16];
     int code = kUntouched;
     EXPECT_EQ(-1, mService->getServiceLabel(nullptr, &code));
@@ -209,6 +207,25 @@ TEST_F(QueriesTest, LabelQueriesHideLabelsWhilePresetOperationsRun) {
         EXPECT_EQ(1, mService->getCompLabel(label, &code));
     }
     EXPECT_EQ(kUntouched, code);
+
+    // The dynamic text comes as the raw segments.
+    char text[128];
+    int length = 0;
+    EXPECT_EQ(-1, mService->getDynamicText(nullptr, &code, &length));
+    EXPECT_EQ(1, mService->getDynamicText(text, &code, &length));
+    EXPECT_TRUE(mLog->contains("getDynamicText No Data Provided"));
+
+    const std::string first(64, 'a');
+    mTuner->setDls(1, 66, 0, first.data(), first.size());
+    mTuner->notify(15, 0);
+    mTuner->setDls(1, 0, 1, "bc", 2);
+    mTuner->notify(15, 0);
+    EXPECT_EQ(0, mService->getDynamicText(text, &code, &length));
+    EXPECT_EQ(0, memcmp(text, (first + "bc").data(), 66));
+    EXPECT_EQ(10, code);
+    EXPECT_EQ(66, length);
+    mTuner->notify(3, 20);  // a new channel: no text until both segments came again
+    EXPECT_EQ(1, mService->getDynamicText(text, &code, &length));
 }
 
 TEST_F(QueriesTest, ComponentQueriesFollowTheBusyRules) {
@@ -242,27 +259,6 @@ TEST_F(QueriesTest, ComponentQueriesFollowTheBusyRules) {
     EXPECT_EQ(-1, mService->getCompNum(&v));
     EXPECT_TRUE(mLog->contains(
             "DABPlayerService::getCompTotal mCurrentCompNum==2,mCurrentCompTotal== 0 return error"));
-}
-
-TEST_F(QueriesTest, DynamicTextQueryReturnsTheRawSegments) {
-    char text[128];
-    int code = 0;
-    int length = 0;
-    EXPECT_EQ(-1, mService->getDynamicText(nullptr, &code, &length));
-    EXPECT_EQ(1, mService->getDynamicText(text, &code, &length));
-    EXPECT_TRUE(mLog->contains("getDynamicText No Data Provided"));
-
-    const std::string first(64, 'a');
-    mTuner->setDls(1, 66, 0, first.data(), first.size());
-    mTuner->notify(15, 0);
-    mTuner->setDls(1, 0, 1, "bc", 2);
-    mTuner->notify(15, 0);
-    EXPECT_EQ(0, mService->getDynamicText(text, &code, &length));
-    EXPECT_EQ(0, memcmp(text, (first + "bc").data(), 66));
-    EXPECT_EQ(10, code);
-    EXPECT_EQ(66, length);
-    mTuner->notify(3, 20);  // a new channel: no text until both segments came again
-    EXPECT_EQ(1, mService->getDynamicText(text, &code, &length));
 }
 
 TEST_F(QueriesTest, LogicModeReportsPseudoModesWithoutStoringThem) {
@@ -305,7 +301,7 @@ TEST_F(QueriesTest, LogicModeReportsPseudoModesWithoutStoringThem) {
     EXPECT_EQ(27, v);
 }
 
-TEST_F(QueriesTest, ErrorIsHiddenWhileTheServiceTunes) {
+TEST_F(QueriesTest, ErrorIsHiddenWhileTheServiceTunesAndModeCommandsReachTheLibrary) {
     activeService();
     int v = kUntouched;
     mTuner->setGetter("getErrorInfo", 2);
@@ -322,10 +318,8 @@ TEST_F(QueriesTest, ErrorIsHiddenWhileTheServiceTunes) {
     mTuner->setGetter("getErrorInfo", 3);
     EXPECT_EQ(-1, mService->getError(&v));
     EXPECT_EQ(3, v);
-}
 
-TEST_F(QueriesTest, ModeCommandsCallTheLibraryAndSetTheirField) {
-    activeService();
+    // The mode commands call the library and set their field.
     EXPECT_EQ(0, mService->abcSearchOn());
     EXPECT_EQ(0, mService->abcSearchOff());
     EXPECT_EQ(0, mService->abcSearchCancel());
