@@ -122,6 +122,7 @@ TEST_F(ClientObjectTest, ListenerReplacementLearnsTheBusyStateAloneAndNullSilenc
     EXPECT_TRUE(first->notes().empty());
     EXPECT_THAT(replacement->summary(), ElementsAre("39:17:0", "1:2:0"));
 
+    other->clear();
     EXPECT_EQ(0, b->setClientListener(nullptr));
     peer().isInSourceOnDelay() = DAB_SERVER_IS_NOT_IN_PRESET_UPDOWN;
     mLog->clear();

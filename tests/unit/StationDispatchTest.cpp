@@ -107,7 +107,7 @@ TEST_F(StationDispatchTest, BandAndPresetNumberForwardFlatPresetIndexAndBusyMode
     EXPECT_EQ((Strings{"42:11:0", "39:17:0", "39:17:0"}), take());
 }
 
-TEST_F(StationDispatchTest, LogicModeNormalRepublishesFrequencyAndEnablesText) {
+TEST_F(StationDispatchTest, LogicModeNormalRepublishesFrequencyListUpdateModeIsRewrittenAndBusyOperationsHideIt) {
     mTuner->notify(kFreq, 40);
     mTuner->notify(kLogicMode, 11);
     EXPECT_EQ((Strings{"2:40:0", "39:11:0"}), take());
@@ -131,9 +131,10 @@ TEST_F(StationDispatchTest, LogicModeNormalRepublishesFrequencyAndEnablesText) {
     mTuner->setGetter("getErrorInfo", 1);
     mTuner->notify(kLogicMode, 5);
     EXPECT_EQ(7, peer().dynamicTextStatus());
-}
 
-TEST_F(StationDispatchTest, ListUpdateModeIsRewrittenAndBusyOperationsHideTheMode) {
+    // The list update mode is rewritten; a busy seek cancel hides the mode.
+    take();
+    mTuner->setGetter("getErrorInfo", 0);
     mTuner->notify(kLogicMode, 25);
     EXPECT_EQ((Strings{"39:28:0", "39:28:0"}), take());
     EXPECT_TRUE(mLog->contains("mCurrentLogicMode = EN_DAB_LM_AUTO_SERLIST_UPDATE"));
@@ -147,6 +148,7 @@ TEST_F(StationDispatchTest, ListUpdateModeIsRewrittenAndBusyOperationsHideTheMod
     EXPECT_TRUE(take().empty());
     EXPECT_EQ(12, peer().currentLogicMode());
 }
+
 
 TEST_F(StationDispatchTest, FrequencyOutsideTheTableIsDroppedAndListeningRestartsTheThrottle) {
     peer().isDynamicTextCached() = DAB_SERVER_DYNAMIC_TEXT_HAS_DATA;
@@ -223,7 +225,7 @@ TEST_F(StationDispatchTest, SeekForwardsAtMostOneFrequencyPer80msAndOneLabelPer3
     }
 }
 
-TEST_F(StationDispatchTest, LabelsAreConvertedForwardedAndClimbTowardsTheComponent) {
+TEST_F(StationDispatchTest, LabelsAreConvertedForwardedAndClimbTowardsTheComponentAndBadOnesKeepTheStoredLabel) {
     title(0, kEbuLatin, "Ensemble \x82");
     mTuner->notify(kEnsembleLabel, 0);
     title(1, kUtf8, "Radio \xC3\xA9t\xC3\xA9");
@@ -250,9 +252,8 @@ TEST_F(StationDispatchTest, LabelsAreConvertedForwardedAndClimbTowardsTheCompone
     EXPECT_EQ(0, peer().currentInfoType());
     mTuner->notify(kEnsembleLabel, 0);
     EXPECT_EQ(2, peer().currentInfoType());
-}
 
-TEST_F(StationDispatchTest, LabelsWithoutDataOrConversionKeepTheStoredLabel) {
+    // Labels without data or conversion keep the stored label.
     title(1, kEbuLatin, "Good");
     mTuner->notify(kServiceLabel, 0);
     take();
@@ -272,6 +273,7 @@ TEST_F(StationDispatchTest, LabelsWithoutDataOrConversionKeepTheStoredLabel) {
         EXPECT_EQ(std::string::npos, m.find("LABEL_CHANGE size")) << m;
     }
 }
+
 
 TEST_F(StationDispatchTest, ComponentTotalAndNumberForwardOnlyChanges) {
     mTuner->notify(kCompTotal, 3);
@@ -294,7 +296,7 @@ TEST_F(StationDispatchTest, ComponentTotalAndNumberForwardOnlyChanges) {
     EXPECT_TRUE(take().empty());
 }
 
-TEST_F(StationDispatchTest, DynamicTextCompletesWithTheSecondSegmentOnly) {
+TEST_F(StationDispatchTest, DynamicTextCompletesWithTheSecondSegmentOnlyAndIsClearedCutOrKept) {
     const std::string first(64, 'a');
     dls(kEbuLatin, 70, 0, first);
     EXPECT_TRUE(mCb->notes().empty());
@@ -319,9 +321,8 @@ TEST_F(StationDispatchTest, DynamicTextCompletesWithTheSecondSegmentOnly) {
     dls(kEbuLatin, 3, 2, "zzz");
     EXPECT_TRUE(take().empty());
     EXPECT_EQ(DAB_SERVER_DYNAMIC_TEXT_NO_DATA, peer().isDynamicTextCached());
-}
 
-TEST_F(StationDispatchTest, DynamicTextClearNoDataFailureAndCut) {
+    peer().dynamicTextPublishEnabled() = 1;  // listening again
     dls(kEbuLatin, 0, 0, "");
     EXPECT_EQ((Strings{"14:0:0"}), take()) << "cleared text comes without a parcel";
     EXPECT_EQ(DAB_SERVER_DYNAMIC_TEXT_PUBLISH_NO_DATA, peer().dynamicTextStatus());
@@ -350,6 +351,7 @@ TEST_F(StationDispatchTest, DynamicTextClearNoDataFailureAndCut) {
     EXPECT_EQ(e, std::string(peer().dynamicText()));
     EXPECT_EQ(DAB_SERVER_DYNAMIC_TEXT_HAS_DATA, peer().isDynamicTextCached());
 }
+
 
 TEST_F(StationDispatchTest, TimeShiftValuesAreByteSwappedAndStatusMapped) {
     mTuner->setGetter("getTsDelayTime", 0x0A00);  // 10
