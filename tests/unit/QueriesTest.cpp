@@ -1,12 +1,16 @@
 // Status and label queries and the mode commands: gates, values written and stored before the
 // range test, the busy-state rules and the pseudo logic modes.
 #include "DABListProcessThread.h"
+#include "PlayerOperationList.h"
 #include "ServiceFixture.h"
 #include "TunerListAnswerer.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
+#include <functional>
+#include <map>
 
 #include <string.h>
 
@@ -34,37 +38,73 @@ protected:
 
 }  // namespace
 
-TEST_F(QueriesTest, GatedQueriesAndCommandsRefuseWhileInactiveWithoutWriting) {
-    int v = kUntouched;
-    char text[16] = {'x'};
-    int (DABPlayerService::*intQueries[])(int*) = {
-            &DABPlayerService::getBand,       &DABPlayerService::getPresetNum,
-            &DABPlayerService::getSignalLevel, &DABPlayerService::getFmLink,
-            &DABPlayerService::getBitPerSecond, &DABPlayerService::getCompTotal,
-            &DABPlayerService::getCompNum,    &DABPlayerService::getError,
-            &DABPlayerService::getRealError,  &DABPlayerService::getNm,
-            &DABPlayerService::getDisplayFormat, &DABPlayerService::getAntStatus,
-            &DABPlayerService::getLogicMode};
-    for (auto query : intQueries) EXPECT_EQ(-1, (mService.get()->*query)(&v));
-    EXPECT_EQ(-1, mService->getBlockId(text));
-    EXPECT_EQ(kUntouched, v);
-    EXPECT_EQ('x', text[0]);
-    int (DABPlayerService::*commands[])() = {
-            &DABPlayerService::setDisplayFormat, &DABPlayerService::abcSearchOn,
-            &DABPlayerService::abcSearchOff,     &DABPlayerService::abcSearchCancel,
-            &DABPlayerService::requestDynamicText, &DABPlayerService::requestServiceListUpdate,
-            &DABPlayerService::cancelServiceListUpdate};
-    for (auto command : commands) EXPECT_EQ(-1, (mService.get()->*command)());
-    EXPECT_TRUE(mTuner->commands().empty());
-    EXPECT_EQ(1, peer().currentDisplayFormat());
-    EXPECT_EQ(0, peer().abcSearchState());
-
-    // Ungated queries answer while inactive.
-    EXPECT_EQ(0, mService->getFrequence(&v));
+// While inactive every operation but the ungated queries answers -1 and does nothing else: no
+// output written, no tuner command, no busy state. The five tuning commands and
+// the time-shift commands log their refusal; memory and presetListRecall report it.
+TEST_F(QueriesTest, EveryGatedOperationRefusesWhileInactiveWithoutEffect) {
+    sp<FakeClient> cb;
+    sp<IDABPlayer> client = connect(&cb);
+    resume();
+    cb->clear();
+    peer().currentTotalTime() = 300;  // the seek below would be valid
+    int v = kUntouched, code, extra;
+    EXPECT_EQ(0, mService->getFrequence(&v));  // ungated queries answer
     EXPECT_EQ(174928, v);
     mTuner->setGetter("getLogicMode", 25);
     EXPECT_EQ(0, mService->getLogicMode(&v));
     EXPECT_EQ(28, v);
+    mTuner->setGetter("getLogicMode", 0);
+    const std::map<std::string, int> ungated = {
+            {"getFrequence", 0},    {"getPtyType", 0},     {"getEnsembleLabel", 1}, {"getServiceLabel", 1},
+            {"getCompLabel", 1},    {"getDynamicText", 1}, {"getLogicMode", -1}};
+    char text[128];
+    struct Op {
+        const char* name;
+        std::function<int()> call;
+    };
+#define OP0(n) {#n, [&] { return mService->n(); }},
+#define OP1(n) {#n, [&] { return mService->n(0); }},
+#define OP2(n) {#n, [&] { return mService->n(1, 0); }},
+#define OPINT(n) {#n, [&] { return mService->n(&v); }},
+#define OPTEXT(n) {#n, [&] { return mService->n(text); }},
+#define OPLABEL(n) {#n, [&] { return mService->n(text, &code); }},
+#define OPITEM(n) {#n, [&] { return mService->n(0, text, &code); }},
+#define OPDYNAMIC(n) {#n, [&] { return mService->n(text, &code, &extra); }},
+#define OPPRESET(n) {#n, [&] { return mService->n(1, 0, text, &code, &extra); }},
+    const std::vector<Op> ops = {
+            PLAYER_OPERATIONS(OP0, OP1, OP2, OPINT, OPTEXT, OPLABEL, OPITEM, OPDYNAMIC, OPPRESET)};
+    ASSERT_EQ(69u, ops.size());
+    for (const Op& op : ops) {
+        v = code = extra = kUntouched;
+        memset(text, 'x', sizeof(text));
+        const auto it = ungated.find(op.name);
+        EXPECT_EQ(it == ungated.end() ? -1 : it->second, op.call()) << op.name;
+        if (it != ungated.end()) continue;
+        EXPECT_EQ(std::vector<int>({kUntouched, kUntouched, kUntouched}), std::vector<int>({v, code, extra})) << op.name;
+        EXPECT_EQ(std::string(sizeof(text), 'x'), std::string(text, sizeof(text))) << op.name;
+    }
+    EXPECT_TRUE(mTuner->commands().empty());
+    // Only presetListMemory notifies: it runs the time-out handling even while inactive.
+    EXPECT_EQ(std::vector<std::string>({"38:3:0", "8:0:0", "9:0:0", "10:0:0", "14:0:0"}), cb->summary());
+    EXPECT_EQ(1, peer().currentDisplayFormat());
+    EXPECT_EQ(0, peer().abcSearchState());
+    EXPECT_EQ(0, peer().seekDirection());
+    EXPECT_EQ(1, peer().isInManualUPDownInFreqExtend());
+    EXPECT_TRUE(mLog->contains("DABPlayer in manualUp mIsActive != 1"));
+    EXPECT_TRUE(mLog->contains("DABPlayerService in manualDown mIsActive != 1"));
+    EXPECT_TRUE(mLog->contains("DABPlayerService in presetSeekUp mIsActive != 1"));
+    EXPECT_TRUE(mLog->contains("DABPlayerService in presetSeekDown mIsActive != 1"));
+    EXPECT_TRUE(mLog->contains("DABPlayerService in switchBand mIsActive != 1"));
+    EXPECT_EQ(1, mLog->count("DABPlayerService in timeShiftPlay mIsActive != 1"));
+    EXPECT_EQ(1, mLog->count("DABPlayerService in timeShiftPause mIsActive != 1"));
+    EXPECT_TRUE(mLog->contains("in timeSeek time=0"));
+    for (const char* report : {"[0x20300006][in memory index=0]", "[0x20300006][in presetListRecall band=1,index=0]"}) {
+        const std::vector<HostLog::Line> lines = mLog->lines();
+        EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [&](const HostLog::Line& l) {
+            return l.message.find(report) != std::string::npos;
+        })) << report;
+    }
+
 }
 
 TEST_F(QueriesTest, EveryGetterWritesItsEntryLine) {

@@ -35,25 +35,6 @@ protected:
 
 }  // namespace
 
-TEST_F(TimeShiftTest, EverythingRefusesWhileInactive) {
-    peer().currentTotalTime() = 300;
-    int v = kUntouched;
-    for (auto command : {&DABPlayerService::timeShift, &DABPlayerService::toLive, &DABPlayerService::toNormalView,
-                          &DABPlayerService::timeShiftPlay, &DABPlayerService::timeShiftPause}) {
-        EXPECT_EQ(-1, (mService.get()->*command)());
-    }
-    EXPECT_EQ(-1, mService->timeSeek(100));
-    for (auto query : {&DABPlayerService::getPlaybackStatus, &DABPlayerService::getTotalTime,
-                       &DABPlayerService::getCacheTime, &DABPlayerService::getPauseTime}) {
-        EXPECT_EQ(-1, (mService.get()->*query)(&v));
-    }
-    EXPECT_EQ(kUntouched, v);
-    EXPECT_TRUE(mTuner->commands().empty());
-    EXPECT_EQ(1, mLog->count("DABPlayerService in timeShiftPlay mIsActive != 1"));
-    EXPECT_EQ(1, mLog->count("DABPlayerService in timeShiftPause mIsActive != 1"));
-    EXPECT_TRUE(mLog->contains("in timeSeek time=100"));
-}
-
 TEST_F(TimeShiftTest, CommandsReachTheLibraryAndSeekIsMeasuredAgainstTheLastKnownTotalTime) {
     activeService();
     EXPECT_EQ(0, mService->timeShift());

@@ -230,30 +230,6 @@ TEST_F(TuningTest, RecallEndsEveryBusyStateAndRecallsValidPresetsOnly) {
                             "preset4Recall()", "preset5Recall()", "preset6Recall()"));
 }
 
-TEST_F(TuningTest, EveryOperationRefusesWhileInactive) {
-    resume();
-    for (auto op : {&DABPlayerService::manualUp, &DABPlayerService::manualDown,
-                    &DABPlayerService::presetSeekUp, &DABPlayerService::presetSeekDown,
-                    &DABPlayerService::switchBand, &DABPlayerService::presetUpRecall,
-                    &DABPlayerService::presetDownRecall}) {
-        EXPECT_EQ(-1, (mService.get()->*op)());
-    }
-    EXPECT_EQ(-1, mService->recall(0));
-    EXPECT_EQ(-1, mService->memory(0));
-    EXPECT_EQ(-1, mService->presetListRecall(1, 0));
-    EXPECT_TRUE(mLog->contains("DABPlayer in manualUp mIsActive != 1"));
-    EXPECT_TRUE(mLog->contains("DABPlayerService in manualDown mIsActive != 1"));
-    EXPECT_TRUE(mLog->contains("DABPlayerService in presetSeekUp mIsActive != 1"));
-    EXPECT_TRUE(mLog->contains("DABPlayerService in presetSeekDown mIsActive != 1"));
-    EXPECT_TRUE(mLog->contains("DABPlayerService in switchBand mIsActive != 1"));
-    EXPECT_TRUE(outputLogged("in memory index=0"));
-    EXPECT_TRUE(outputLogged("in presetListRecall band=1,index=0"));
-    EXPECT_THAT(mTuner->commands(), IsEmpty());
-    EXPECT_THAT(mCallback->summary(), IsEmpty());
-    EXPECT_EQ(0, peer().seekDirection());
-    EXPECT_EQ(kIdle, peer().isInManualUPDownInFreqExtend());
-}
-
 TEST_F(TuningTest, WithoutAWorkerFlagsAreStillSetAndCleared) {
     activate(1);  // the TA source: active, but no list worker
     ASSERT_EQ(nullptr, peer().listWorker());
