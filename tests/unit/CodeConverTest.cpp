@@ -61,7 +61,7 @@ TEST(CodeConverTest, EachCodeConvertsToUtf8AndStopsAtItsNul) {
     }
 }
 
-TEST(CodeConverTest, MalformedTextAndUnknownCodesFailWithoutText) {
+TEST(CodeConverTest, MalformedTextAndUnknownCodesFailWithoutTextAndALabelIsReadNoFurther) {
     const struct {
         int code;
         std::string bytes;
@@ -105,6 +105,16 @@ TEST(CodeConverTest, MalformedTextAndUnknownCodesFailWithoutText) {
     EXPECT_EQ(0u, CodeConver::convertToTargetString("abc", -1, EN_CODE_CONVER_UTF8, failed,
                                                     EN_CODE_CONVERT_LANGUAGE_DEFAULT).length());
     EXPECT_TRUE(failed);
+
+    // A label field is 16 bytes with no terminator; the byte after it must not be read.
+    const char field[17] = {'D', 'e', 'u', 't', 's', 'c', 'h', 'l', 'a', 'n', 'd', 'f',
+                            'u', 'n', 'k', '\x82', 'X'};
+    failed = true;
+    android::String8 s = CodeConver::convertToTargetString(field, 16, EN_CODE_CONVER_EBU_LATIN, failed,
+                                                          EN_CODE_CONVERT_LANGUAGE_DEFAULT);
+    EXPECT_FALSE(failed);
+    EXPECT_STREQ("Deutschlandfunk\u00e9", s.string());
+    EXPECT_TRUE(convert(std::string(field, 16), kUtf8).failed);  // 0x82 is stray in UTF-8
 }
 
 TEST(CodeConverTest, EbuLatinEveryNonNulByteIsADistinctValidCharacter) {
@@ -115,18 +125,6 @@ TEST(CodeConverTest, EbuLatinEveryNonNulByteIsADistinctValidCharacter) {
         EXPECT_FALSE(convert(c.text, kUtf8).failed) << "byte " << b;
         EXPECT_TRUE(seen.insert(c.text).second) << "byte " << b << " repeats a character";
     }
-}
-
-TEST(CodeConverTest, SixteenByteLabelWithoutNulReadsNoFurther) {
-    // A label field is 16 bytes with no terminator; the byte after it must not be read.
-    const char field[17] = {'D', 'e', 'u', 't', 's', 'c', 'h', 'l', 'a', 'n', 'd', 'f',
-                            'u', 'n', 'k', '\x82', 'X'};
-    bool failed = true;
-    android::String8 s = CodeConver::convertToTargetString(field, 16, EN_CODE_CONVER_EBU_LATIN, failed,
-                                                          EN_CODE_CONVERT_LANGUAGE_DEFAULT);
-    EXPECT_FALSE(failed);
-    EXPECT_STREQ("Deutschlandfunk\u00e9", s.string());
-    EXPECT_TRUE(convert(std::string(field, 16), kUtf8).failed);  // 0x82 is stray in UTF-8
 }
 
 }  // namespace

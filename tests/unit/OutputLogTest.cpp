@@ -35,7 +35,7 @@ TEST(OutputLogTest, ReportIsCutSoThatPrefixAndTextUse255Characters) {
     EXPECT_EQ("[" + std::string(254, 'p') + "]\r\n", lines[1].message);
 }
 
-TEST(HostLogTest, StderrLineFollowsLogcatThreadtimeForm) {
+TEST(HostLogTest, StderrLineFollowsLogcatThreadtimeFormAndCaptureRestoresThePreviousSink) {
     HostLog::Line line{3, 0x10002, "DABPlayer", true, "DABPlayerService construct"};
     std::string text = HostLog::formatThreadtime(line);
     std::regex form(R"(^\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} +\d+ +\d+ D DABPlayer: DABPlayerService construct$)");
@@ -43,9 +43,7 @@ TEST(HostLogTest, StderrLineFollowsLogcatThreadtimeForm) {
 
     HostLog::Line untagged{6, static_cast<int>(0x80000001u), "", false, "boom"};
     EXPECT_TRUE(std::regex_search(HostLog::formatThreadtime(untagged), std::regex(" E : boom$")));
-}
 
-TEST(HostLogTest, CaptureRecordsTagIdAndRestoresThePreviousSink) {
     std::vector<std::string> outer;
     HostLog::Sink previous = HostLog::setSink([&](const HostLog::Line& l) { outer.push_back(l.message); });
     {

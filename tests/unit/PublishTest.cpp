@@ -107,7 +107,7 @@ TEST_F(PublishTest, DynamicTextRecordsFollowTheStateAndRememberIt) {
     EXPECT_EQ(1, mLog->count("DABPlayerService publishDynamicText clear data"));
 }
 
-TEST_F(PublishTest, PresetNumberOutsideOneToSixIsClearedAndCarriesNoSourceNames) {
+TEST_F(PublishTest, PresetNumberOutsideOneToSixIsClearedAndIsHandedOverWithoutThePublishLock) {
     for (int number : {0, 1, 6, 7}) mService->publishPresetStationNumber(number);
     const std::string clear = std::to_string(INFOBAR_CLEAR_INTCONTENT);
     EXPECT_EQ(std::vector<std::string>({
@@ -118,9 +118,8 @@ TEST_F(PublishTest, PresetNumberOutsideOneToSixIsClearedAndCarriesNoSourceNames)
               }),
               mMediaManager->recordTexts("dab"));
     EXPECT_TRUE(mLog->contains("publishPresetStationNumber:7"));
-}
 
-TEST_F(PublishTest, PublishLockIsHeldAcrossHandOverOfLabelAndTextButNotPresetNumber) {
+    // The publish lock is held across the hand-over of label and text, not of the preset number.
     Mutex& lock = peer().publishLock();
     std::vector<std::string> heldDuring;
     mMediaManager->setPublishHook([&](const FakeMediaManager::Record& r) {
