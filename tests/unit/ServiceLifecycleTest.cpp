@@ -12,12 +12,17 @@ namespace {
 
 class ServiceLifecycleTest : public ServiceFixture {};
 
-TEST_F(ServiceLifecycleTest, ConstructionAttachesAndInitialisesTheTunerAndDestructionFinalisesIt) {
+TEST_F(ServiceLifecycleTest, ConstructionAttachesAndInitialisesTheTunerCallbacksArriveAndDestructionFinalisesIt) {
     EXPECT_TRUE(mTuner->initialized());
     EXPECT_THAT(mSysCtrl->calls(), ElementsAre("attach(13,0)"));
     EXPECT_TRUE(mLog->contains("DABPlayerService construct"));
     EXPECT_FALSE(peer().isResumed());
     EXPECT_FALSE(peer().isActive());
+    // The notification callback ignores a null cookie and logs after handling.
+    DABPlayerService::notifyCallback(nullptr, media_lib_dab::DAB_NOTIFY_BAND, 1);
+    EXPECT_TRUE(mLog->contains("player is NULL!"));
+    mTuner->notify(media_lib_dab::DAB_NOTIFY_CONNECT_STATUS, 1);
+    EXPECT_TRUE(mLog->contains("DABPlayerService get notify id=26"));
     sp<FakeTuner> tuner = mTuner;
     mService.clear();
     EXPECT_TRUE(tuner->finalized());
@@ -119,13 +124,6 @@ TEST_F(ServiceLifecycleTest, ResumeWithoutMediaDataClientIsNotAcknowledged) {
     mMediaData->setCreateFails(false);
     resume();
     EXPECT_TRUE(peer().isActive());
-}
-
-TEST_F(ServiceLifecycleTest, NotificationCallbackIgnoresANullCookieAndLogsAfterHandling) {
-    DABPlayerService::notifyCallback(nullptr, media_lib_dab::DAB_NOTIFY_BAND, 1);
-    EXPECT_TRUE(mLog->contains("player is NULL!"));
-    mTuner->notify(media_lib_dab::DAB_NOTIFY_CONNECT_STATUS, 1);
-    EXPECT_TRUE(mLog->contains("DABPlayerService get notify id=26"));
 }
 
 TEST_F(ServiceLifecycleTest, FanOutReachesEveryClientInTheOrderSentAndAReleasedObjectLeaves) {
