@@ -39,8 +39,10 @@ protected:
         mClient.clear();
         ServiceFixture::TearDown();
     }
-    void title(int kind, uint32_t charset, const std::string& text) {
+    // Delivers a label of this kind (0 ensemble, 1 service, 2 component).
+    void label(int kind, uint32_t charset, const std::string& text) {
         mTuner->setTitle(kind, charset, text.data(), text.size());
+        mTuner->notify(kEnsembleLabel + kind, 0);
     }
     // Delivers one dynamic label segment.
     void dls(uint32_t charset, uint8_t length, uint8_t segment, const std::string& text) {
@@ -226,16 +228,12 @@ TEST_F(StationDispatchTest, SeekForwardsAtMostOneFrequencyPer80msAndOneLabelPer3
 }
 
 TEST_F(StationDispatchTest, LabelsAreConvertedForwardedAndClimbTowardsTheComponentAndBadOnesKeepTheStoredLabel) {
-    title(0, kEbuLatin, "Ensemble \x82");
-    mTuner->notify(kEnsembleLabel, 0);
-    title(1, kUtf8, "Radio \xC3\xA9t\xC3\xA9");
-    mTuner->notify(kServiceLabel, 0);
+    label(0, kEbuLatin, "Ensemble \x82");
+    label(1, kUtf8, "Radio \xC3\xA9t\xC3\xA9");
     EXPECT_EQ(3, peer().currentInfoType());
-    title(0, kUcs2, std::string("\0N\0e\0w", 6));
-    mTuner->notify(kEnsembleLabel, 0);
+    label(0, kUcs2, std::string("\0N\0e\0w", 6));
     EXPECT_EQ(3, peer().currentInfoType()) << "an ensemble label never replaces the service label";
-    title(2, kEbuLatin, "Comp");
-    mTuner->notify(kCompLabel, 0);
+    label(2, kEbuLatin, "Comp");
     EXPECT_EQ(4, peer().currentInfoType());
 
     EXPECT_EQ((Strings{"8:0:0:\"Ensemble \xC3\xA9\"", "9:0:0:\"Radio \xC3\xA9t\xC3\xA9\"",
@@ -254,19 +252,15 @@ TEST_F(StationDispatchTest, LabelsAreConvertedForwardedAndClimbTowardsTheCompone
     EXPECT_EQ(2, peer().currentInfoType());
 
     // Labels without data or conversion keep the stored label.
-    title(1, kEbuLatin, "Good");
-    mTuner->notify(kServiceLabel, 0);
+    label(1, kEbuLatin, "Good");
     take();
     mLog->clear();
     for (const std::string& text : {std::string("No Data Provided"), std::string(16, '\0')}) {
-        title(1, kEbuLatin, text);
-        mTuner->notify(kServiceLabel, 0);
+        label(1, kEbuLatin, text);
     }
     EXPECT_EQ(2, mLog->count("DAB_SERVER_NOTIFY_SERVICE_LABEL_CHANGE No Data Provided"));
-    title(1, 3, "Other charset");  // a character set without converter
-    mTuner->notify(kServiceLabel, 0);
-    title(1, kUtf8, "Bad \xC3\x28");
-    mTuner->notify(kServiceLabel, 0);
+    label(1, 3, "Other charset");  // a character set without converter
+    label(1, kUtf8, "Bad \xC3\x28");
     EXPECT_TRUE(take().empty());
     EXPECT_STREQ("Good", peer().serviceLabel());
     for (const std::string& m : mLog->messages("DABPlayer")) {
