@@ -1,10 +1,14 @@
-// The player service process's backends of the media manager, media data and system control
-// libraries, which reach the head-unit simulator over binder: without a simulator the
-// libraries answer as unreachable; with one, calls and callbacks travel both ways, and the
-// system control callbacks run on a thread of their own, in order.
+// The host-only binder interfaces between the player service process and the head-unit
+// simulator, and the service process's backends of the media manager, media data and system
+// control libraries built on them. Through a loopback binder (standing for the other process)
+// every call travels through its proxy and stub, and malformed requests are refused. Without a
+// simulator the libraries answer as unreachable; with one, calls and callbacks travel both
+// ways, and the system control callbacks run on a thread of their own, in order.
 #include <headunit/HeadUnitNames.h>
+#include <headunit/ICommandChannel.h>
 #include <headunit/IHeadUnitMediaData.h>
 #include <headunit/IHeadUnitMediaManager.h>
+#include <headunit/IHeadUnitSourceListener.h>
 #include <headunit/IHeadUnitSysCtrl.h>
 #include <headunit/RemoteMediaDataBackend.h>
 #include <headunit/RemoteMediaManagerBackend.h>
@@ -13,6 +17,7 @@
 
 #include "Eventually.h"
 #include "BinderRuntime.h"
+#include "HostMutex.h"
 
 #include <binder/IServiceManager.h>
 #include <mediadata/MediaDataClient.h>
@@ -23,9 +28,7 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <future>
-#include <mutex>
 #include <set>
 #include <string>
 #include <thread>
@@ -36,6 +39,66 @@ using namespace headunit;
 using namespace std::chrono_literals;
 
 namespace {
+
+// Stands for the other process: not a local interface, so interface_cast builds the proxy,
+// and every call reaches the target's stub as a parcel. It can also fail as a dead peer.
+class Loopback : public BBinder {
+public:
+    explicit Loopback(const sp<IBinder>& target) : mTarget(target) {}
+    bool dead = false;
+
+protected:
+    status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) override {
+        if (dead) return DEAD_OBJECT;
+        return mTarget->transact(code, data, reply, flags);
+    }
+
+private:
+    sp<IBinder> mTarget;
+};
+
+template <typename I>
+sp<I> through(const sp<IBinder>& target, sp<Loopback>* loop = nullptr) {
+    sp<Loopback> l = new Loopback(target);
+    if (loop != nullptr) *loop = l;
+    return interface_cast<I>(l);
+}
+
+// Writes every call, with the first number of its data parcel, to calls.
+class RecordingListener : public BnHeadUnitSourceListener {
+public:
+    std::vector<std::string> calls;
+    int answer = 1;
+
+    int onRequestActivation(int request) override { return add("activate " + std::to_string(request), answer); }
+    int onRequestDeactivation(int request) override { return add("deactivate " + std::to_string(request), answer); }
+    void onReqPublishMediaInfo() override { add("publish"); }
+    void onSourceRelease(int reason) override { add("release " + std::to_string(reason)); }
+    int onRequestPrivateData(int request, const Parcel* data, Parcel* reply) override {
+        reply->writeInt32(77);
+        return add("private " + std::to_string(request) + withData(data), 5);
+    }
+    void onNotify(int msg, int ext1, int ext2, const Parcel* data) override {
+        add("notify " + std::to_string(msg) + " " + std::to_string(ext1) + " " + std::to_string(ext2) + withData(data));
+    }
+
+private:
+    int add(const std::string& call, int result = 0) {
+        calls.push_back(call);
+        return result;
+    }
+    static std::string withData(const Parcel* data) {
+        return data == nullptr ? " null" : " data " + std::to_string(data->readInt32());
+    }
+};
+
+class EchoChannel : public BnCommandChannel {
+public:
+    int execute(const String8& line, int flags, String8* output) override {
+        *output = String8((std::string("got ") + line.string() + " flags " + std::to_string(flags)).c_str());
+        return line == String8("bad") ? -1 : 0;
+    }
+};
 
 class TestSourceListener : public ISourceListener {
 public:
@@ -49,30 +112,35 @@ public:
     void onNotify(int, int, int, const Parcel*) override {}
 };
 
+// The services below are reached in-process: their calls run on the caller's thread, except
+// the answers to power transitions, which come from the listener's own thread.
 class FakeManager : public BnHeadUnitMediaManager {
 public:
-    std::mutex lock;
-    std::vector<std::string> names;  // guarded by lock
+    std::vector<std::string> names;  // of the sources created
+    std::string lastName;
     sp<IHeadUnitSourceListener> listener;
+    int lastCode = 0;
     std::vector<MediaInfoParcel::Field> fields;
     int status = 0;
 
     int createSource(const String8& name, const sp<IHeadUnitSourceListener>& l) override {
-        std::lock_guard<std::mutex> g(lock);
-        names.push_back(name.string());
+        names.push_back(lastName = name.string());
         listener = l;
         return 0;
     }
-    int registerSource(const String8&, int code, Parcel* reply) override {
-        reply->writeInt32(1);
-        return code == 12 ? 0 : -1;
+    int registerSource(const String8& name, int code, Parcel* reply) override {
+        lastName = name.string();
+        lastCode = code;
+        reply->writeInt32(42);
+        return code == 12 ? 0 : 3;
     }
-    int publishMediaInfo(const String8&, const MediaInfoParcel& info) override {
-        std::lock_guard<std::mutex> g(lock);
+    int publishMediaInfo(const String8& name, const MediaInfoParcel& info) override {
+        lastName = name.string();
         fields = info.fields();
         return 0;
     }
-    int setMediaStatus(const String8&, int s) override {
+    int setMediaStatus(const String8& name, int s) override {
+        lastName = name.string();
         status = s;
         return 0;
     }
@@ -80,43 +148,57 @@ public:
 
 class FakeMediaDataService : public BnHeadUnitMediaData {
 public:
-    std::atomic<int> attaches{0};
-    std::vector<std::pair<std::string, int>> values;
+    std::vector<std::string> calls;
     int attach() override {
-        ++attaches;
+        calls.push_back("attach");
         return 0;
     }
     int publish(const String8& key, int value) override {
-        values.emplace_back(key.string(), value);
+        calls.push_back(std::string(key.string()) + "=" + std::to_string(value));
         return 0;
     }
 };
 
+// A journal written from several threads.
+class Journal {
+public:
+    void add(const std::string& what) {
+        HostMutex::Autolock lock(mLock);
+        mCalls.push_back(what);
+        mThreads.insert(std::this_thread::get_id());
+    }
+    std::vector<std::string> calls() {
+        HostMutex::Autolock lock(mLock);
+        return mCalls;
+    }
+    std::set<std::thread::id> threads() {
+        HostMutex::Autolock lock(mLock);
+        return mThreads;
+    }
+
+private:
+    HostMutex mLock;
+    std::vector<std::string> mCalls GUARDED_BY(mLock);
+    std::set<std::thread::id> mThreads GUARDED_BY(mLock);
+};
+
 class FakeSysCtrlService : public BnHeadUnitSysCtrl {
 public:
-    std::mutex lock;
-    std::vector<std::string> calls;  // guarded by lock
-    sp<IHeadUnitSysCtrlListener> listener;
+    Journal journal;
+    sp<IHeadUnitSysCtrlListener> listener;  // set by attach before any transition
 
     int attach(const sp<IHeadUnitSysCtrlListener>& l, int moduleId, int) override {
-        std::lock_guard<std::mutex> g(lock);
         listener = l;
-        calls.push_back("attach " + std::to_string(moduleId));
+        journal.add("attach " + std::to_string(moduleId));
         return 0;
     }
     int detach(const sp<IHeadUnitSysCtrlListener>& l) override { return record("detach", l); }
     int finishSuspend(const sp<IHeadUnitSysCtrlListener>& l) override { return record("suspended", l); }
     int finishResume(const sp<IHeadUnitSysCtrlListener>& l) override { return record("resumed", l); }
-    std::vector<std::string> snapshot() {
-        std::lock_guard<std::mutex> g(lock);
-        return calls;
-    }
 
 private:
     int record(const char* what, const sp<IHeadUnitSysCtrlListener>& l) {
-        std::lock_guard<std::mutex> g(lock);
-        calls.push_back(std::string(what) +
-                        (IInterface::asBinder(l) == IInterface::asBinder(listener) ? "" : " (stranger)"));
+        journal.add(std::string(what) + (IInterface::asBinder(l) == IInterface::asBinder(listener) ? "" : " (stranger)"));
         return 0;
     }
 };
@@ -124,34 +206,21 @@ private:
 // Records each transition with the thread it ran on; optionally answers it as the service does.
 class TestPowerListener : public SysCtrlManagerListenerBase {
 public:
+    Journal journal;
     SysCtrlManagerIF* manager = nullptr;  // set to answer with finishSuspend/finishResume
-    std::mutex lock;
-    std::vector<std::string> calls;             // guarded by lock
-    std::set<std::thread::id> threads;          // guarded by lock
-    std::promise<void>* gate = nullptr;         // a resume waits for it when set
+    std::promise<void>* gate = nullptr;   // a resume waits for it when set
     std::atomic<bool> inResume{false};
 
     void onSuspend() override {
-        record("suspend");
+        journal.add("suspend");
         if (manager != nullptr) manager->finishSuspend();
     }
     void onResume() override {
         inResume = true;
         if (gate != nullptr) gate->get_future().wait();
-        record("resume");
+        journal.add("resume");
         if (manager != nullptr) manager->finishResume();
         inResume = false;
-    }
-    std::vector<std::string> snapshot() {
-        std::lock_guard<std::mutex> g(lock);
-        return calls;
-    }
-
-private:
-    void record(const char* what) {
-        std::lock_guard<std::mutex> g(lock);
-        calls.push_back(what);
-        threads.insert(std::this_thread::get_id());
     }
 };
 
@@ -190,7 +259,7 @@ TEST_F(HeadUnitBackendsTest, WithoutTheSimulatorTheLibrariesAnswerAsUnreachable)
     EXPECT_EQ(-1, sysCtrl.finishResume());
 }
 
-TEST_F(HeadUnitBackendsTest, SourceCallsReachTheManagerAndItsRequestsReachTheListener) {
+TEST_F(HeadUnitBackendsTest, SourceAndMediaDataCallsReachTheSimulatorAndRequestsComeBack) {
     sp<FakeManager> manager = new FakeManager();
     publish(kMediaManagerService, manager);
     sp<TestSourceListener> listener = new TestSourceListener();
@@ -198,7 +267,6 @@ TEST_F(HeadUnitBackendsTest, SourceCallsReachTheManagerAndItsRequestsReachTheLis
     sp<Source> source = Source::create(name, listener);
     ASSERT_NE(nullptr, source);
     ASSERT_EQ(std::vector<std::string>{"dab"}, manager->names);
-
     // The manager drives the source through the listener it was given.
     ASSERT_NE(nullptr, manager->listener);
     EXPECT_EQ(1, manager->listener->onRequestActivation(0));
@@ -214,18 +282,13 @@ TEST_F(HeadUnitBackendsTest, SourceCallsReachTheManagerAndItsRequestsReachTheLis
     EXPECT_STREQ("Nordwelle Pop", manager->fields[0].text.string());
     EXPECT_EQ(0, source->setMediaStatus(MEDIA_STATUS_CONNECTED));
     EXPECT_EQ(3, manager->status);
-}
 
-TEST_F(HeadUnitBackendsTest, MediaDataValuesReachTheService) {
     sp<FakeMediaDataService> service = new FakeMediaDataService();
     publish(kMediaDataService, service);
     sp<MediaDataClient> data = new MediaDataClient();
     EXPECT_EQ(0, data->attachMediaDataService());
     EXPECT_EQ(0, data->publishMediaData(String8("DABError"), 2));
-    EXPECT_EQ(1, service->attaches.load());
-    ASSERT_EQ(1u, service->values.size());
-    EXPECT_EQ("DABError", service->values[0].first);
-    EXPECT_EQ(2, service->values[0].second);
+    EXPECT_EQ((std::vector<std::string>{"attach", "DABError=2"}), service->calls);
 }
 
 TEST_F(HeadUnitBackendsTest, PowerTransitionsRunInOrderOnOneThreadOfTheirOwn) {
@@ -241,20 +304,20 @@ TEST_F(HeadUnitBackendsTest, PowerTransitionsRunInOrderOnOneThreadOfTheirOwn) {
         manager->listener->onResume();
         manager->listener->onSuspend();
         manager->listener->onResume();
-        ASSERT_TRUE(waitUntil([&] { return manager->snapshot().size() == 4; }, 5s));
-        EXPECT_EQ((std::vector<std::string>{"resume", "suspend", "resume"}), power.snapshot());
+        ASSERT_TRUE(waitUntil([&] { return manager->journal.calls().size() == 4; }, 5s));
+        EXPECT_EQ((std::vector<std::string>{"resume", "suspend", "resume"}), power.journal.calls());
         // The answers name the module by the listener it attached.
         EXPECT_EQ((std::vector<std::string>{"attach 13", "resumed", "suspended", "resumed"}),
-                  manager->snapshot());
-        EXPECT_EQ(1u, power.threads.size());
-        EXPECT_EQ(0u, power.threads.count(std::this_thread::get_id()));
+                  manager->journal.calls());
+        EXPECT_EQ(1u, power.journal.threads().size());
+        EXPECT_EQ(0u, power.journal.threads().count(std::this_thread::get_id()));
         power.manager = nullptr;
     }
     // Leaving detaches: the manager is told, and a late transition reaches nobody.
-    EXPECT_EQ("detach", manager->snapshot().back());
+    EXPECT_EQ("detach", manager->journal.calls().back());
     manager->listener->onResume();
     std::this_thread::sleep_for(50ms);
-    EXPECT_EQ(3u, power.snapshot().size());
+    EXPECT_EQ(3u, power.journal.calls().size());
 }
 
 TEST_F(HeadUnitBackendsTest, StoppingTheListenerWaitsForTheTransitionBeingTold) {
@@ -275,12 +338,129 @@ TEST_F(HeadUnitBackendsTest, StoppingTheListenerWaitsForTheTransitionBeingTold) 
     gate.set_value();
     stopper.join();
     EXPECT_TRUE(stopped.load());
-    EXPECT_EQ(std::vector<std::string>{"resume"}, power.snapshot());
+    EXPECT_EQ(std::vector<std::string>{"resume"}, power.journal.calls());
 
     power.gate = nullptr;
     binder->onSuspend();
     std::this_thread::sleep_for(50ms);
-    EXPECT_EQ(std::vector<std::string>{"resume"}, power.snapshot());
+    EXPECT_EQ(std::vector<std::string>{"resume"}, power.journal.calls());
+}
+
+TEST(HeadUnitInterfacesTest, SourceListenerCallsTravelWithTheirArgumentsAndAnswers) {
+    sp<RecordingListener> target = new RecordingListener();
+    sp<Loopback> loop;
+    sp<IHeadUnitSourceListener> proxy = through<IHeadUnitSourceListener>(target, &loop);
+    ASSERT_NE(IInterface::asBinder(proxy), IInterface::asBinder(target));
+
+    EXPECT_EQ(1, proxy->onRequestActivation(0));
+    target->answer = 0;
+    EXPECT_EQ(0, proxy->onRequestDeactivation(1));
+    proxy->onReqPublishMediaInfo();
+    proxy->onSourceRelease(3);
+    proxy->onNotify(100, 100, 0, nullptr);
+    Parcel data;
+    data.writeInt32(9);
+    proxy->onNotify(7, 8, 9, &data);
+    Parcel reply;
+    EXPECT_EQ(5, proxy->onRequestPrivateData(2, nullptr, &reply));
+    ASSERT_EQ(4u, reply.dataSize());
+    EXPECT_EQ(77, reply.readInt32());
+    EXPECT_EQ((std::vector<std::string>{"activate 0", "deactivate 1", "publish", "release 3", "notify 100 100 0 null",
+                                        "notify 7 8 9 data 9", "private 2 null"}),
+              target->calls);
+
+    // A source that cannot be reached counts as a failed activation.
+    loop->dead = true;
+    target->answer = 1;
+    EXPECT_EQ(0, proxy->onRequestActivation(0));
+    EXPECT_EQ(-1, proxy->onRequestPrivateData(2, nullptr, &reply));
+}
+
+TEST(HeadUnitInterfacesTest, MediaManagerCallsCarryNameListenerRecordAndReply) {
+    sp<FakeManager> target = new FakeManager();
+    sp<Loopback> loop;
+    sp<IHeadUnitMediaManager> proxy = through<IHeadUnitMediaManager>(target, &loop);
+    sp<RecordingListener> listener = new RecordingListener();
+
+    EXPECT_EQ(0, proxy->createSource(String8("dab"), listener));
+    EXPECT_EQ("dab", target->lastName);
+    // In one process the listener arrives as itself.
+    EXPECT_EQ(IInterface::asBinder(listener), IInterface::asBinder(target->listener));
+
+    Parcel reply;
+    EXPECT_EQ(3, proxy->registerSource(String8("tadab"), 13, &reply));
+    EXPECT_EQ("tadab", target->lastName);
+    EXPECT_EQ(13, target->lastCode);
+    // The caller reads the manager's reply data from where it starts.
+    EXPECT_EQ(4u, reply.dataAvail());
+    EXPECT_EQ(42, reply.readInt32());
+
+    MediaInfoParcel info;
+    info.writeMediaSourceID(String8(INFOBAR_SRCNAME_DAB));
+    info.writeDABLabel(String8("Café Hits"));
+    info.writePresetStationNumber(INFOBAR_CLEAR_INTCONTENT);
+    EXPECT_EQ(0, proxy->publishMediaInfo(String8("dab"), info));
+    ASSERT_EQ(3u, target->fields.size());
+    EXPECT_EQ(MediaInfoParcel::FIELD_DAB_LABEL, target->fields[1].kind);
+    EXPECT_STREQ("Café Hits", target->fields[1].text.string());
+    EXPECT_EQ(-1, target->fields[2].value);
+
+    EXPECT_EQ(0, proxy->setMediaStatus(String8("dab"), MEDIA_STATUS_CONNECTED));
+    EXPECT_EQ(3, target->status);
+
+    loop->dead = true;
+    EXPECT_EQ(-1, proxy->createSource(String8("dab"), listener));
+    EXPECT_EQ(-1, proxy->publishMediaInfo(String8("dab"), info));
+}
+
+TEST(HeadUnitInterfacesTest, CommandChannelReturnsStatusAndOutputOrTheTransportError) {
+    sp<Loopback> loop;
+    sp<ICommandChannel> proxy = through<ICommandChannel>(new EchoChannel(), &loop);
+    String8 out;
+    EXPECT_EQ(0, proxy->execute(String8("infobar"), kCommandJson, &out));
+    EXPECT_STREQ("got infobar flags 1", out.string());
+    EXPECT_EQ(-1, proxy->execute(String8("bad"), 0, &out));
+    EXPECT_STREQ("got bad flags 0", out.string());
+    loop->dead = true;
+    EXPECT_EQ(DEAD_OBJECT, proxy->execute(String8("ping"), 0, &out));
+}
+
+// A request to the media manager for source "dab" with the given token, filled in by fill.
+status_t toManager(const sp<FakeManager>& manager, uint32_t code, void (*fill)(Parcel*) = nullptr,
+                   const String16& token = IHeadUnitMediaManager::descriptor) {
+    Parcel data, reply;
+    data.writeInterfaceToken(token);
+    data.writeString8(String8("dab"));
+    if (fill != nullptr) fill(&data);
+    return manager->transact(code, data, &reply);
+}
+
+TEST(HeadUnitInterfacesTest, StubsRefuseMalformedRequests) {
+    sp<FakeManager> manager = new FakeManager();
+    EXPECT_EQ(PERMISSION_DENIED, toManager(manager, IHeadUnitMediaManager::SET_MEDIA_STATUS, [](Parcel* p) {
+                  p->writeInt32(3);
+              }, IHeadUnitSysCtrl::descriptor));
+    EXPECT_EQ(BAD_VALUE, toManager(manager, IHeadUnitMediaManager::CREATE_SOURCE,
+                                   [](Parcel* p) { p->writeStrongBinder(nullptr); }));
+    EXPECT_EQ(nullptr, manager->listener);
+    // A record announcing more fields than it holds.
+    EXPECT_EQ(BAD_VALUE, toManager(manager, IHeadUnitMediaManager::PUBLISH_MEDIA_INFO, [](Parcel* p) {
+                  p->writeInt32(3);
+                  p->writeInt32(MediaInfoParcel::FIELD_PRESET_STATION_NUMBER);
+              }));
+    EXPECT_TRUE(manager->fields.empty());
+    EXPECT_EQ(BAD_VALUE, toManager(manager, IHeadUnitMediaManager::SET_MEDIA_STATUS));
+    EXPECT_EQ(0, manager->status);
+    // Codes the interface does not have are the base binder's business.
+    EXPECT_EQ(UNKNOWN_TRANSACTION, toManager(manager, IHeadUnitMediaManager::SET_MEDIA_STATUS + 1));
+
+    sp<RecordingListener> listener = new RecordingListener();
+    Parcel shortNotify;
+    shortNotify.writeInterfaceToken(IHeadUnitSourceListener::descriptor);
+    shortNotify.writeInt32(100);
+    EXPECT_EQ(BAD_VALUE,
+              listener->transact(IHeadUnitSourceListener::ON_NOTIFY, shortNotify, nullptr, IBinder::FLAG_ONEWAY));
+    EXPECT_TRUE(listener->calls.empty());
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include "HeadUnitProcessFixture.h"
 
-#include <fstream>
-#include <sstream>
 
 using namespace std::chrono_literals;
 
@@ -19,12 +17,6 @@ void HeadUnitProcessTest::TearDown() {
     mProcesses.close();
 }
 
-pid_t HeadUnitProcessTest::spawn(const std::string& program, const std::vector<std::string>& args,
-                                 const std::string& name) {
-    const pid_t pid = mProcesses.spawn(program, args, name + ".out", name + ".err");
-    EXPECT_GT(pid, 0) << "fork failed";
-    return pid;
-}
 
 pid_t HeadUnitProcessTest::startSimulator(const std::string& name) {
     const pid_t pid = spawn("tools/headunit_sim/headunit_sim", {}, name);
@@ -63,16 +55,5 @@ HeadUnitProcessTest::Run HeadUnitProcessTest::run(const std::string& program,
     return r;
 }
 
-std::string HeadUnitProcessTest::readFile(const std::string& name) const {
-    std::ifstream in(dir() + "/" + name, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
 
-int HeadUnitProcessTest::countOf(const std::string& text, const std::string& what) {
-    int n = 0;
-    for (size_t pos = text.find(what); pos != std::string::npos; pos = text.find(what, pos + 1)) ++n;
-    return n;
-}
 

@@ -9,6 +9,8 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -29,8 +31,11 @@ protected:
 
     // Starts a built program (path relative to the build tree); its standard output and
     // error go to <dir>/<name>.out and <dir>/<name>.err. Returns its pid.
-    pid_t spawn(const std::string& program, const std::vector<std::string>& args,
-                const std::string& name);
+    pid_t spawn(const std::string& program, const std::vector<std::string>& args, const std::string& name) {
+        const pid_t pid = mProcesses.spawn(program, args, name + ".out", name + ".err");
+        EXPECT_GT(pid, 0) << "fork failed";
+        return pid;
+    }
     // Starts the simulator and the service, waits until the service was resumed, activates
     // the DAB source and waits until the service answers as active.
     void startHeadUnit();
@@ -52,8 +57,15 @@ protected:
     }
 
     // Contents of <dir>/<name> (empty when missing).
-    std::string readFile(const std::string& name) const;
-    static int countOf(const std::string& text, const std::string& what);
+    std::string readFile(const std::string& name) const {
+        std::ifstream in(dir() + "/" + name, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    }
+    static int countOf(const std::string& text, const std::string& what) {
+        int n = 0;
+        for (size_t pos = text.find(what); pos != std::string::npos; pos = text.find(what, pos + 1)) ++n;
+        return n;
+    }
     const std::string& dir() const { return mProcesses.dir(); }
 
 private:

@@ -101,7 +101,8 @@ TEST_F(ReconnectTest, StatusReportedWhileSourceIsAbsentIsLostAndTheEarlierOneRes
     EXPECT_EQ(1, mLog->count(kSuccess));
 }
 
-TEST_F(ReconnectTest, TaVariantReCreatesTadabOnly) {
+TEST_F(ReconnectTest, TaVariantReCreatesTadabOnlyAndARegistrationErrorStillCountsAsSuccess) {
+    mMediaManager->setRegisterResult(-19);
     sp<Thread> thread = requestReconnect(mTAController, "tadab");
     ASSERT_TRUE(waitForLine(kSuccess));
     thread->join();
@@ -110,20 +111,12 @@ TEST_F(ReconnectTest, TaVariantReCreatesTadabOnly) {
     EXPECT_EQ(sp<ISourceListener>(mTAController), mMediaManager->attempts()[0].listener.promote());
     ASSERT_EQ(1u, mMediaManager->registrations().size());
     EXPECT_EQ("tadab", mMediaManager->registrations()[0].name);
-    EXPECT_TRUE(mLog->contains(
-            "DABTASourceController onNotify: msg = 100, ext1 = 100, ext2 = 0, data = 0"));
+    EXPECT_TRUE(mLog->contains("DABTASourceController onNotify: msg = 100, ext1 = 100, ext2 = 0, data = 0"));
+    EXPECT_TRUE(mLog->contains("ReCreatSource: registerSource result = -19"));
+    EXPECT_EQ(0, mLog->count(kGapLine));
     // The DAB source is untouched.
     MediaInfoParcel info;
     EXPECT_EQ(0, mController->publishMediaInfo(info));
-}
-
-TEST_F(ReconnectTest, RegistrationErrorStillCountsAsSuccess) {
-    mMediaManager->setRegisterResult(-19);
-    sp<Thread> thread = requestReconnect(mController, "dab");
-    ASSERT_TRUE(waitForLine(kSuccess));
-    thread->join();
-    EXPECT_TRUE(mLog->contains("ReCreatSource: registerSource result = -19"));
-    EXPECT_EQ(0, mLog->count(kGapLine));
 }
 
 TEST_F(ReconnectTest, SecondRequestStopsTheRetryingThreadAndItsSuccessorWaitsForIt) {

@@ -52,28 +52,29 @@ protected:
     sp<DABTASourceController> mTAController;
 };
 
-TEST_F(UnboundControllerTest, ActivationWithoutServiceFailsWithMinusOneLoggedAndArgumentOneDoesNothing) {
+TEST_F(UnboundControllerTest, RequestsWithoutServiceFailWithMinusOneOrAreOnlyLogged) {
     EXPECT_EQ(0, mMediaManager->activate("dab"));
     EXPECT_EQ(0, mMediaManager->deactivate("dab"));
     EXPECT_EQ(0, mMediaManager->activate("tadab"));
     EXPECT_EQ(0, mMediaManager->deactivate("tadab"));
+    // Request argument 1 is accepted without any action.
+    for (const char* name : {"dab", "tadab"}) {
+        EXPECT_EQ(1, mMediaManager->activate(name, 1));
+        EXPECT_EQ(1, mMediaManager->deactivate(name, 1));
+    }
+    EXPECT_EQ(0, mController->onRequestPrivateData(3, nullptr, nullptr));
+    EXPECT_EQ(0, mTAController->onRequestPrivateData(3, nullptr, nullptr));
     EXPECT_EQ(std::vector<std::string>({
                       "DABSourceController onRequestActivation, Activation result -1",
                       "DABSourceController onRequestDeactivation, DeActivation result -1",
                       "DABTASourceController onRequestActivation, Activation result -1",
                       "DABTASourceController onRequestDeactivation, DeActivation result -1",
+                      "DABSourceController onRequestPrivateData",
+                      "DABTASourceController onRequestPrivateData",
               }),
               mLog->messages("DABSource"));
-    // Request argument 1 is accepted without any action.
-    mLog->clear();
-    EXPECT_EQ(1, mMediaManager->activate("dab", 1));
-    EXPECT_EQ(1, mMediaManager->deactivate("dab", 1));
-    EXPECT_EQ(1, mMediaManager->activate("tadab", 1));
-    EXPECT_EQ(1, mMediaManager->deactivate("tadab", 1));
-    EXPECT_TRUE(mLog->lines().empty());
-}
 
-TEST_F(UnboundControllerTest, PublishingRequestWithoutServiceIsLoggedAtErrorPriority) {
+    mLog->clear();
     mMediaManager->requestPublish("tadab");
     const std::vector<HostLog::Line> lines = mLog->lines();
     ASSERT_EQ(2u, lines.size());
@@ -85,7 +86,7 @@ TEST_F(UnboundControllerTest, PublishingRequestWithoutServiceIsLoggedAtErrorPrio
     EXPECT_EQ("DABSource", lines[1].tag);
 }
 
-TEST_F(UnboundControllerTest, PublishMediaInfoHandsOverOnlyWhileTheSourceIsPresent) {
+TEST_F(UnboundControllerTest, RecordsAndStatusReachTheSourceOnlyWhileItIsPresent) {
     MediaInfoParcel info;
     info.writeDABLabel(String8("x"));
     EXPECT_EQ(0, mController->publishMediaInfo(info));
@@ -95,15 +96,7 @@ TEST_F(UnboundControllerTest, PublishMediaInfoHandsOverOnlyWhileTheSourceIsPrese
     EXPECT_TRUE(mLog->contains("DABSourceController::publishMediaInfo"));
     EXPECT_TRUE(mLog->contains("DABTASourceController::publishMediaInfo"));
 
-    mController->setSource(nullptr);
-    mTAController->setSource(nullptr);
-    EXPECT_EQ(1, mController->publishMediaInfo(info));
-    EXPECT_EQ(1, mTAController->publishMediaInfo(info));
-    EXPECT_EQ(2, mLog->count("mSource == NULL"));
-    EXPECT_EQ(2u, mMediaManager->records().size());
-}
-
-TEST_F(UnboundControllerTest, MediaStatusMapsOneToThreeTwoToTwoAndIgnoresOthers) {
+    // Status 1 goes out as 3, 2 as 2; others are ignored.
     mController->setMediaStatus(1);
     EXPECT_EQ(1, mController->mediaStatus());
     mController->setMediaStatus(2);
@@ -112,23 +105,21 @@ TEST_F(UnboundControllerTest, MediaStatusMapsOneToThreeTwoToTwoAndIgnoresOthers)
     EXPECT_EQ(std::vector<int>({3, 2}), statusValues(mMediaManager->statuses("dab")));
     EXPECT_EQ(2, mController->mediaStatus());
     EXPECT_EQ(2, mLog->count("DABSourceController: setMediaStatus ret=0"));
+    EXPECT_EQ(2, mTAController->mediaStatus());
 
     mController->setMediaStatus(1);
-    EXPECT_EQ(1, mController->mediaStatus());
     mController->setSource(nullptr);
+    mTAController->setSource(nullptr);
     mController->setMediaStatus(2);  // lost: no source
     EXPECT_EQ(1, mController->mediaStatus());
     EXPECT_EQ(3u, mMediaManager->statuses().size());
-    EXPECT_EQ(2, mTAController->mediaStatus());
+    EXPECT_EQ(1, mController->publishMediaInfo(info));
+    EXPECT_EQ(1, mTAController->publishMediaInfo(info));
+    EXPECT_EQ(2, mLog->count("mSource == NULL"));
+    EXPECT_EQ(2u, mMediaManager->records().size());
 }
 
-TEST_F(UnboundControllerTest, PrivateDataAnswersZeroAndNotificationsOtherThanReconnectAreOnlyLogged) {
-    EXPECT_EQ(0, mController->onRequestPrivateData(3, nullptr, nullptr));
-    EXPECT_EQ(0, mTAController->onRequestPrivateData(3, nullptr, nullptr));
-    EXPECT_EQ(std::vector<std::string>({"DABSourceController onRequestPrivateData",
-                                        "DABTASourceController onRequestPrivateData"}),
-              mLog->messages("DABSource"));
-    mLog->clear();
+TEST_F(UnboundControllerTest, NotificationsOtherThanReconnectAreOnlyLogged) {
     Parcel data;
     data.writeInt32(42);
     data.setDataPosition(0);
@@ -150,7 +141,7 @@ TEST_F(UnboundControllerTest, PrivateDataAnswersZeroAndNotificationsOtherThanRec
 // Controllers bound to a service, as after start-up.
 class BoundControllerTest : public MediaSourceFixture {};
 
-TEST_F(BoundControllerTest, ActivationRequestActivatesTheDabSourceAndArgumentOneDoesNot) {
+TEST_F(BoundControllerTest, ActivationRequestsActivateTheirSourceTypeAndArgumentOneDoesNot) {
     resume();
     EXPECT_EQ(1, mMediaManager->activate("dab", 1));
     EXPECT_EQ(0, peer().isActive());
@@ -167,10 +158,8 @@ TEST_F(BoundControllerTest, ActivationRequestActivatesTheDabSourceAndArgumentOne
     EXPECT_EQ(nullptr, peer().listWorker());
     EXPECT_TRUE(mLog->contains("DABSourceController onRequestDeactivation, DeActivation result 0"));
     EXPECT_EQ(std::vector<std::string>({"setOomAdj(5,0)", "setOomAdj(5,2)"}), mProcess->calls());
-}
 
-TEST_F(BoundControllerTest, TaControllerActivatesSourceTypeOneAndSourceReleaseZeroDeactivates) {
-    resume();
+    // The TA controller activates source type 1, without list worker.
     EXPECT_EQ(1, mMediaManager->activate("tadab"));
     EXPECT_EQ(1, peer().isActive());
     EXPECT_EQ(DAB_SERVER_SOURCE_TA, peer().activeSourceType());
