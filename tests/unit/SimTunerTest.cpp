@@ -668,6 +668,7 @@ TEST_F(SimTunerTest, TextControlsReachTheActiveTuner) {
     EXPECT_EQ("band=1 preset=1 block=14 mode=5 antenna=5 error=0 signal=6", reply);
     EXPECT_EQ(headunit::kCommandUsage, SimControl::execute("antenna 6", &reply));
     EXPECT_EQ("antenna N must be a number in 1..5 (got \"6\")", reply);
+    EXPECT_EQ(headunit::kCommandUsage, SimControl::execute("error 3", &reply));
     EXPECT_EQ(headunit::kCommandUsage, SimControl::execute("explode", &reply));
     EXPECT_EQ("unknown command \"explode\"; try help", reply);
 
