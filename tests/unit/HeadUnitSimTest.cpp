@@ -138,6 +138,8 @@ TEST_F(HeadUnitSimTest, InformationBarKeepsTheLastValueOfEachFieldPerSource) {
     ASSERT_EQ(2u, records.size());
     EXPECT_EQ(3u, records[0].fields.size());  // the source names and the text
     EXPECT_EQ(MediaInfoParcel::FIELD_PRESET_STATION_NUMBER, records[1].fields[0].kind);
+    EXPECT_EQ(0, mManager->setMediaStatus(String8("dab"), 3));
+    EXPECT_EQ(3, source("dab").mediaStatus);
 }
 
 TEST_F(HeadUnitSimTest, RestartAsksEverySourceToReconnectForgetsThemAndRefusesThemDuringADowntime) {
