@@ -187,9 +187,9 @@ public:
     Journal journal;
     sp<IHeadUnitSysCtrlListener> listener;  // set by attach before any transition
 
-    int attach(const sp<IHeadUnitSysCtrlListener>& l, int moduleId, int) override {
+    int attach(const sp<IHeadUnitSysCtrlListener>& l, int moduleId, int flags) override {
         listener = l;
-        journal.add("attach " + std::to_string(moduleId));
+        journal.add("attach " + std::to_string(moduleId) + " " + std::to_string(flags));
         return 0;
     }
     int detach(const sp<IHeadUnitSysCtrlListener>& l) override { return record("detach", l); }
@@ -307,7 +307,7 @@ TEST_F(HeadUnitBackendsTest, PowerTransitionsRunInOrderOnOneThreadOfTheirOwn) {
         ASSERT_TRUE(waitUntil([&] { return manager->journal.calls().size() == 4; }, 5s));
         EXPECT_EQ((std::vector<std::string>{"resume", "suspend", "resume"}), power.journal.calls());
         // The answers name the module by the listener it attached.
-        EXPECT_EQ((std::vector<std::string>{"attach 13", "resumed", "suspended", "resumed"}),
+        EXPECT_EQ((std::vector<std::string>{"attach 13 0", "resumed", "suspended", "resumed"}),
                   manager->journal.calls());
         EXPECT_EQ(1u, power.journal.threads().size());
         EXPECT_EQ(0u, power.journal.threads().count(std::this_thread::get_id()));
@@ -411,6 +411,22 @@ TEST(HeadUnitInterfacesTest, MediaManagerCallsCarryNameListenerRecordAndReply) {
     loop->dead = true;
     EXPECT_EQ(-1, proxy->createSource(String8("dab"), listener));
     EXPECT_EQ(-1, proxy->publishMediaInfo(String8("dab"), info));
+}
+
+TEST(HeadUnitInterfacesTest, SysCtrlCallsCarryTheModuleAndItsListener) {
+    sp<FakeSysCtrlService> target = new FakeSysCtrlService();
+    sp<IHeadUnitSysCtrl> proxy = through<IHeadUnitSysCtrl>(target);
+    TestPowerListener power;
+    sp<SysCtrlListenerBinder> listener = new SysCtrlListenerBinder(&power);
+    sp<SysCtrlListenerBinder> stranger = new SysCtrlListenerBinder(&power);
+    EXPECT_EQ(0, proxy->attach(listener, 13, 7));
+    EXPECT_EQ(0, proxy->finishResume(listener));
+    EXPECT_EQ(0, proxy->finishSuspend(stranger));
+    EXPECT_EQ(0, proxy->detach(listener));
+    EXPECT_EQ((std::vector<std::string>{"attach 13 7", "resumed", "suspended (stranger)", "detach"}),
+              target->journal.calls());
+    listener->stop();
+    stranger->stop();
 }
 
 TEST(HeadUnitInterfacesTest, CommandChannelReturnsStatusAndOutputOrTheTransportError) {
