@@ -46,6 +46,7 @@ TEST(DabClientTextTest, LabelsAreConvertedWithTheirCodeAndShownRawWhenTheyCannot
 }
 
 TEST(DabClientTextTest, NotifyNamesAndOperationsAreLookedUpByTheirNames) {
+    EXPECT_STREQ("DAB_SERVER_NOTIFY_BAND_CHANGE", notifyName(DAB_SERVER_NOTIFY_BAND_CHANGE));
     EXPECT_STREQ("DAB_SERVER_NOTIFY_SEVICE_FOLLOW_CHANGE", notifyName(3));
     EXPECT_STREQ("DAB_SERVER_NOTIFY_ERROR_INFO_UPDATE", notifyName(47));
     for (int gap : {0, 13, 48}) EXPECT_EQ(nullptr, notifyName(gap)) << gap;
@@ -58,6 +59,7 @@ TEST(DabClientTextTest, NotifyNamesAndOperationsAreLookedUpByTheirNames) {
     ASSERT_NE(nullptr, findOperation("GETBAND"));
     EXPECT_STREQ("getBand", findOperation("GETBAND")->name);
     EXPECT_EQ(2u, findOperation("presetListMemory")->args.size());
+    EXPECT_EQ(1u, findOperation("getServiceListItem")->args.size());
     EXPECT_TRUE(isTransportError(DEAD_OBJECT));
     EXPECT_FALSE(isTransportError(-1));
 }
