@@ -239,8 +239,11 @@ TEST_F(HeadUnitProcessTest, ToolsShareOneCommandLineConvention) {
             {dabctl, {"recall", "1", "2"}, "dabctl: recall takes 1 argument(s)\nusage: dabctl recall INDEX\n"},
             {dabctl, {"presetListRecall", "1", "0x2"},
              "dabctl: presetListRecall: index must be a number in -2147483648..2147483647 (got \"0x2\")\n"},
+            {dabctl, {"watch", "--seconds=86401"},
+             "dabctl: --seconds must be a number in 0..86400 (got \"86401\")\n"},
             {dabctl, {"status", "--count", "1"}, "dabctl: --count and --seconds belong to watch\n"},
             {dabctl, {"hu"}, "dabctl: a command is missing\nusage: dabctl hu COMMAND"},
+            {dabctl, {}, "usage: dabctl [--json] COMMAND"},
             {"tools/dabdesk/dabdesk", {"--demo", "x"}, "dabdesk: unexpected argument \"x\"\n"},
             {"tools/dabreplay/dabreplay", {"--log"}, "dabreplay: SCRIPT is missing\n"},
             {"tools/headunit_sim/headunit_sim", {"--resume-delay", "-1"},
@@ -255,6 +258,7 @@ TEST_F(HeadUnitProcessTest, ToolsShareOneCommandLineConvention) {
     // --help anywhere, for every tool and command: the form on standard output.
     const Case help[] = {
             {dabctl, {"--help"}, "usage: dabctl [--json] COMMAND"},
+            {dabctl, {"watch", "-h"}, "usage: dabctl watch [--count N] [--seconds S]\n"},
             {dabctl, {"getPresetListItem", "--help"}, "usage: dabctl getPresetListItem BAND INDEX\n"},
             {"tools/dabdesk/dabdesk", {"--help"}, "usage: dabdesk [--demo]"},
             {"tools/dabreplay/dabreplay", {"--help"}, "usage: dabreplay [--log] [--timestamps]"},

@@ -240,6 +240,8 @@ TEST_F(HeadUnitSimTest, ConsoleAnswersInTextAndJsonAndRefusesBadCommands) {
 
     EXPECT_EQ(kCommandUsage, console->run("activate", false, &out));
     EXPECT_EQ("usage: activate SOURCE", out);
+    EXPECT_EQ(kCommandUsage, console->run("restart-mm soon", false, &out));
+    EXPECT_EQ("usage: restart-mm [MS]: MS must be a number in 0..600000 (got \"soon\")", out);
     EXPECT_EQ(kCommandUsage, console->run("infobar now", false, &out));
     EXPECT_EQ("wrong arguments for infobar; try help", out);
     EXPECT_EQ(kCommandUsage, console->run("reboot", true, &out));
