@@ -455,6 +455,7 @@ TEST_F(SimTunerTest, ListsAreAnsweredItemByItemInTheirOrderAndSearched) {
     std::vector<ST_DAB_SVC_LIST_DATA> ensembles =
         readList([this](uint8_t pos) { return mTuner->ensembleListItemReq(pos); });
     ASSERT_EQ(9u, ensembles.size());
+    EXPECT_EQ(71, ensembles[8].NM);
     EXPECT_EQ(0, ensembles[3].label[0]);  // the ensemble on 10A sends no label
 
     std::vector<ST_DAB_SVC_LIST_DATA> comps =
@@ -626,6 +627,8 @@ TEST_F(SimTunerTest, FaultControlsNotifyOrSilenceTheTuner) {
     EXPECT_EQ(std::vector<int>{3}, valuesOf(seen, DAB_NOTIFY_SIGNAL_LEVEL));
     EXPECT_EQ(std::vector<int>{0}, valuesOf(seen, DAB_NOTIFY_CONNECT_STATUS));
     EXPECT_EQ(4, mTuner->getter("getAntStatus"));
+    EXPECT_EQ(2, mTuner->getter("getErrorInfo"));
+    EXPECT_EQ(3, mTuner->getter("getSignalLevel"));
     // The forced signal level holds on other stations until released.
     EXPECT_EQ(3, lastOf(station("seekUp"), DAB_NOTIFY_SIGNAL_LEVEL)->value);
     EXPECT_EQ(5, answer([this] { return mTuner->setSignalLevel(0); }, DAB_NOTIFY_SIGNAL_LEVEL).value);  // 6C's
