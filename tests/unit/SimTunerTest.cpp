@@ -351,6 +351,7 @@ TEST_F(SimTunerTest, StepsBandsAndPresetsReportTheStationTheyReach) {
         EXPECT_TRUE(valuesOf(seen, DAB_NOTIFY_LOGIC_MODE).empty()) << s.what;
     };
     for (const Step& s : steps) check(s);
+    EXPECT_EQ(3, mTuner->getter("getBand"));
 
     // Recalling the empty slot does nothing; bad slots are refused.
     size_t m = mRec.mark();
