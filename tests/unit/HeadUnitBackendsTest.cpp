@@ -103,7 +103,10 @@ public:
 class TestSourceListener : public ISourceListener {
 public:
     std::atomic<int> activations{0};
-    int onRequestActivation(int) override { return ++activations, 1; }
+    int onRequestActivation(int) override {
+        ++activations;
+        return 1;
+    }
     int onRequestDeactivation(int) override { return 1; }
     int onRequestPrivateData(int, const Parcel*, Parcel*) override { return 0; }
     void onNotify(int, int, int, const Parcel*) override {}
@@ -131,19 +134,28 @@ public:
         reply->writeInt32(42);
         return code == 12 ? 0 : 3;
     }
-    int publishMediaInfo(const String8&, const MediaInfoParcel& info) override {
+    int publishMediaInfo(const String8& name, const MediaInfoParcel& info) override {
+        lastName = name.string();
         fields = info.fields();
         return 0;
     }
-    int setMediaStatus(const String8&, int s) override { return status = s, 0; }
+    int setMediaStatus(const String8& name, int s) override {
+        lastName = name.string();
+        status = s;
+        return 0;
+    }
 };
 
 class FakeMediaDataService : public BnHeadUnitMediaData {
 public:
     std::vector<std::string> calls;
-    int attach() override { return calls.push_back("attach"), 0; }
+    int attach() override {
+        calls.push_back("attach");
+        return 0;
+    }
     int publish(const String8& key, int value) override {
-        return calls.push_back(std::string(key.string()) + "=" + std::to_string(value)), 0;
+        calls.push_back(std::string(key.string()) + "=" + std::to_string(value));
+        return 0;
     }
 };
 

@@ -34,8 +34,14 @@ public:
     JournalSource(std::string name, std::vector<std::string>* journal) : mName(std::move(name)), mJournal(journal) {}
     int answer = 1;
 
-    int onRequestActivation(int request) override { return add("activate " + std::to_string(request)), answer; }
-    int onRequestDeactivation(int request) override { return add("deactivate " + std::to_string(request)), answer; }
+    int onRequestActivation(int request) override {
+        add("activate " + std::to_string(request));
+        return answer;
+    }
+    int onRequestDeactivation(int request) override {
+        add("deactivate " + std::to_string(request));
+        return answer;
+    }
     void onReqPublishMediaInfo() override { add("publish"); }
     void onSourceRelease(int) override {}
     int onRequestPrivateData(int, const Parcel*, Parcel*) override { return 0; }
