@@ -24,7 +24,9 @@ class RemoteBinder : public IBinder {
 public:
     explicit RemoteBinder(const sp<IBinder>& target) : mTarget(target) {}
 
-    const String16& getInterfaceDescriptor() const override { return mTarget->getInterfaceDescriptor(); }
+    const String16& getInterfaceDescriptor() const override {
+        return mTarget->getInterfaceDescriptor();
+    }
     bool isBinderAlive() const override { return true; }
     status_t pingBinder() override { return NO_ERROR; }
     status_t dump(int, const Vector<String16>&) override { return NO_ERROR; }
@@ -39,8 +41,11 @@ public:
         }
         return err;
     }
-    status_t linkToDeath(const sp<DeathRecipient>&, void*, uint32_t) override { return INVALID_OPERATION; }
-    status_t unlinkToDeath(const wp<DeathRecipient>&, void*, uint32_t, wp<DeathRecipient>*) override {
+    status_t linkToDeath(const sp<DeathRecipient>&, void*, uint32_t) override {
+        return INVALID_OPERATION;
+    }
+    status_t unlinkToDeath(const wp<DeathRecipient>&, void*, uint32_t,
+                           wp<DeathRecipient>*) override {
         return INVALID_OPERATION;
     }
 
