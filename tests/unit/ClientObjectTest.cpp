@@ -23,21 +23,60 @@ public:
     std::string last() const { return calls.empty() ? "" : calls.back(); }
     static std::string str(int i) { return std::to_string(i); }
 
-#define REC0(name) int name() override { calls.push_back(#name "()"); return 100; }
-#define REC1(name) int name(int a) override { calls.push_back(#name "(" + str(a) + ")"); return 101; }
-#define REC2(name) \
-    int name(int a, int b) override { calls.push_back(#name "(" + str(a) + "," + str(b) + ")"); return 102; }
-#define RECP(name, T) int name(T* p) override { calls.push_back(#name "(ptr)"); if (p) *p = T(); return 103; }
+// Each records "name(args)", writes a mark into its outputs and returns a result of its own.
+#define REC0(name)                     \
+    int name() override {              \
+        calls.push_back(#name "()");   \
+        return 100;                    \
+    }
+#define REC1(name)                                    \
+    int name(int a) override {                        \
+        calls.push_back(#name "(" + str(a) + ")");    \
+        return 101;                                   \
+    }
+#define REC2(name)                                                    \
+    int name(int a, int b) override {                                 \
+        calls.push_back(#name "(" + str(a) + "," + str(b) + ")");     \
+        return 102;                                                   \
+    }
+#define RECP(name, T)                  \
+    int name(T* p) override {          \
+        calls.push_back(#name "(ptr)"); \
+        if (p) *p = T();               \
+        return 103;                    \
+    }
 #define RECPI(name) RECP(name, int)
 #define RECPC(name) RECP(name, char)
-#define RECLABEL(name) \
-    int name(char* l, int* c) override { calls.push_back(#name "(ptr,ptr)"); if (l) l[0] = 'L'; if (c) *c = 5; return 104; }
-#define RECITEM(name) \
-    int name(int i, char* l, int* c) override { calls.push_back(#name "(" + str(i) + ",ptr,ptr)"); if (l) l[0] = 'I'; if (c) *c = 10; return 105; }
-#define RECDYNAMIC(name) int name(char* t, int* c, int* l) override {                               \
-        calls.push_back(#name "(ptr,ptr,ptr)"); if (t) t[0] = 'D'; if (c) *c = 4; if (l) *l = 1; return 106; }
-#define RECPRESET(name) int name(int b, int i, char* l, int* c, int* a) override {                      \
-        calls.push_back(#name "(" + str(b) + "," + str(i) + ",ptr,ptr,ptr)"); if (l) l[0] = 'P'; if (c) *c = 5; if (a) *a = 1; return 107; }
+#define RECLABEL(name)                       \
+    int name(char* l, int* c) override {     \
+        calls.push_back(#name "(ptr,ptr)");  \
+        if (l) l[0] = 'L';                   \
+        if (c) *c = 5;                       \
+        return 104;                          \
+    }
+#define RECITEM(name)                                         \
+    int name(int i, char* l, int* c) override {               \
+        calls.push_back(#name "(" + str(i) + ",ptr,ptr)");    \
+        if (l) l[0] = 'I';                                    \
+        if (c) *c = 10;                                       \
+        return 105;                                           \
+    }
+#define RECDYNAMIC(name)                          \
+    int name(char* t, int* c, int* l) override {  \
+        calls.push_back(#name "(ptr,ptr,ptr)");   \
+        if (t) t[0] = 'D';                        \
+        if (c) *c = 4;                            \
+        if (l) *l = 1;                            \
+        return 106;                               \
+    }
+#define RECPRESET(name)                                                        \
+    int name(int b, int i, char* l, int* c, int* a) override {                 \
+        calls.push_back(#name "(" + str(b) + "," + str(i) + ",ptr,ptr,ptr)");  \
+        if (l) l[0] = 'P';                                                     \
+        if (c) *c = 5;                                                         \
+        if (a) *a = 1;                                                         \
+        return 107;                                                            \
+    }
     PLAYER_OPERATIONS(REC0, REC1, REC2, RECPI, RECPC, RECLABEL, RECITEM, RECDYNAMIC, RECPRESET)
 };
 
@@ -65,10 +104,10 @@ TEST_F(ClientObjectTest, EveryOperationReachesTheServiceOperationOfTheSameName) 
 #define CALLLABEL(n) {[&] { return p->n(label, &code); }, 104, #n "(ptr,ptr)"},
 #define CALLITEM(n) {[&] { return p->n(6, label, &code); }, 105, #n "(6,ptr,ptr)"},
 #define CALLDYNAMIC(n) {[&] { return p->n(text, &code, &len); }, 106, #n "(ptr,ptr,ptr)"},
-#define CALLPRESET(n) {[&] { return p->n(2, 5, label, &code, &avail); }, 107, #n "(2,5,ptr,ptr,ptr)"},
-    std::vector<Case> cases = {
-        PLAYER_OPERATIONS(CALL0, CALL1, CALL2, CALLPI, CALLPC, CALLLABEL, CALLITEM, CALLDYNAMIC, CALLPRESET)
-    };
+#define CALLPRESET(n) \
+    {[&] { return p->n(2, 5, label, &code, &avail); }, 107, #n "(2,5,ptr,ptr,ptr)"},
+    std::vector<Case> cases = {PLAYER_OPERATIONS(CALL0, CALL1, CALL2, CALLPI, CALLPC, CALLLABEL,
+                                                 CALLITEM, CALLDYNAMIC, CALLPRESET)};
     ASSERT_EQ(69u, cases.size());
     for (const Case& c : cases) {
         EXPECT_EQ(c.result, c.call()) << c.recorded;
