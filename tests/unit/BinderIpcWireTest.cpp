@@ -15,6 +15,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <functional>
 #include <random>
 
 using namespace android;
@@ -107,41 +108,33 @@ TEST(BinderWireTest, HeaderChecksEveryFieldBeforeAnyAllocation) {
     EXPECT_EQ(nullptr, checkHeader(good, &body));
     EXPECT_EQ(8u + 16u, body);
 
-    MessageHeader h = good;
-    h.magic ^= 1;
-    EXPECT_STREQ("bad magic", checkHeader(h, &body));
-    h = good;
-    h.version = kProtocolVersion + 1;
-    EXPECT_STREQ("unsupported protocol version", checkHeader(h, &body));
-    h = good;
-    h.type = 9;
-    EXPECT_STREQ("unknown message type", checkHeader(h, &body));
-    h = good;
-    h.type = 0;
-    EXPECT_STREQ("unknown message type", checkHeader(h, &body));
-    h = good;
-    h.size = kMaxMessageSize + 4;
-    EXPECT_STREQ("bad message size", checkHeader(h, &body));
-    h = good;
-    h.size = sizeof(MessageHeader) - 4;
-    EXPECT_STREQ("bad message size", checkHeader(h, &body));
-    h = good;
-    h.size += 4;
-    EXPECT_STREQ("inconsistent message size", checkHeader(h, &body));
-    h = good;
-    h.objectCount = 0xffffffffu;
-    EXPECT_STREQ("bad message size", checkHeader(h, &body));
-    h = makeHeader(kRelease, 4);
-    EXPECT_STREQ("release with data", checkHeader(h, &body));
-    h = makeHeader(kReply, 4);
-    h.code = static_cast<uint32_t>(DEAD_OBJECT);
-    EXPECT_STREQ("error reply with data", checkHeader(h, &body));
-    h = good;
-    h.reserved = 1;
-    EXPECT_STREQ("reserved field set", checkHeader(h, &body));
+    const struct {
+        const char* problem;
+        std::function<void(MessageHeader&)> breakIt;
+    } cases[] = {
+            {"bad magic", [](MessageHeader& h) { h.magic ^= 1; }},
+            {"unsupported protocol version", [](MessageHeader& h) { h.version = kProtocolVersion + 1; }},
+            {"unknown message type", [](MessageHeader& h) { h.type = 9; }},
+            {"unknown message type", [](MessageHeader& h) { h.type = 0; }},
+            {"bad message size", [](MessageHeader& h) { h.size = kMaxMessageSize + 4; }},
+            {"bad message size", [](MessageHeader& h) { h.size = sizeof(MessageHeader) - 4; }},
+            {"inconsistent message size", [](MessageHeader& h) { h.size += 4; }},
+            {"bad message size", [](MessageHeader& h) { h.objectCount = 0xffffffffu; }},
+            {"release with data", [](MessageHeader& h) { h = makeHeader(kRelease, 4); }},
+            {"error reply with data",
+             [](MessageHeader& h) {
+                 h = makeHeader(kReply, 4);
+                 h.code = static_cast<uint32_t>(DEAD_OBJECT);
+             }},
+            {"reserved field set", [](MessageHeader& h) { h.reserved = 1; }},
+    };
+    for (const auto& c : cases) {
+        MessageHeader h = good;
+        c.breakIt(h);
+        EXPECT_STREQ(c.problem, checkHeader(h, &body));
+    }
     // Exactly at the limit is allowed.
-    h = makeHeader(kOneway, kMaxMessageSize - sizeof(MessageHeader));
-    EXPECT_EQ(nullptr, checkHeader(h, &body));
+    EXPECT_EQ(nullptr, checkHeader(makeHeader(kOneway, kMaxMessageSize - sizeof(MessageHeader)), &body));
 }
 
 TEST(BinderWireTest, ObjectTableMustPointInsideTheDataInOrder) {
@@ -179,16 +172,8 @@ protected:
     // The registered client still gets notifications through the hub's process.
     void expectClientStillServed() {
         sp<IBinder> client = mHub->registered()[0];
-        for (int seq = 0; seq < 3; ++seq) {
-            Parcel data;
-            data.writeInt32(mSent++);
-            ASSERT_EQ(NO_ERROR, client->transact(NOTIFY, data, nullptr, IBinder::FLAG_ONEWAY));
-        }
-        Parcel data, reply;
-        data.writeInt32(mSent);
-        ASSERT_EQ(NO_ERROR, client->transact(WAIT_COUNT, data, &reply));
-        EXPECT_EQ(mSent, reply.readInt32());
-        EXPECT_EQ(1, reply.readInt32());
+        for (int seq = 0; seq < 3; ++seq) ASSERT_EQ(NO_ERROR, notifyClient(client, mSent++));
+        EXPECT_EQ(std::make_pair(mSent, 1), waitCount(client, mSent));
     }
     std::string closedLine(const char* reason) const {
         return "connection to pid " + std::to_string(getpid()) + " closed: " + reason;
