@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -227,13 +228,10 @@ TEST_F(ListDispatchTest, FirstItemAnnouncesTheSizeThenEveryItemIsCachedAndAnnoun
     COMP_LIST_ITEM item;
     memset(&item, 0xAA, sizeof(item));
     ASSERT_EQ(0, peer().cache().getCachedServiceItem(DAB_SERVER_SERVICE_ITEM_COMP, 2, &item));
-    EXPECT_EQ("Second", labelOf(item.label));
-    EXPECT_EQ(2, item.index);
-    EXPECT_EQ(20, item.NM);
-    EXPECT_EQ(0xE123, item.eid);
-    EXPECT_EQ(0x1234ABCDu, item.sid);
-    EXPECT_EQ(0x07, item.scid);  // only the low byte of the tuner's scid
-    EXPECT_EQ(1, item.codeTyped);
+    // Only the low byte of the tuner's scid is kept.
+    EXPECT_EQ(std::make_tuple(std::string("Second"), 2, 20, 0xE123, 0x1234ABCDu, 0x07, 1),
+              std::make_tuple(labelOf(item.label), item.index, int{item.NM}, int{item.eid}, item.sid,
+                              int{item.scid}, item.codeTyped));
 }
 
 TEST_F(ListDispatchTest, EachKindAnnouncesWithItsOwnIdsAndCachesInItsOwnList) {

@@ -261,11 +261,11 @@ protected:
     static double secondsSince(Clock::time_point t) {
         return std::chrono::duration<double>(Clock::now() - t).count();
     }
-    int timeOutNotes() { return countNote(DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE, 5); }
-    int countNote(int msg, int ext1) {
+    // Logic-mode notes of the wait-event time-out (mode 5).
+    int timeOutNotes() {
         int n = 0;
         for (const FakeClient::Note& note : mCallback->notes()) {
-            if (note.msg == msg && note.ext1 == ext1) ++n;
+            n += note.msg == DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE && note.ext1 == 5 ? 1 : 0;
         }
         return n;
     }
