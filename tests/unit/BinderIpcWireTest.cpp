@@ -25,8 +25,12 @@ using namespace std::chrono_literals;
 
 namespace {
 
-MessageHeader makeHeader(uint16_t type, uint32_t dataSize = 0, uint32_t objects = 0) {
+MessageHeader makeHeader(uint16_t type, uint32_t dataSize = 0, uint32_t objects = 0, uint32_t txnId = 0,
+                         uint32_t handle = 0, uint32_t code = 0) {
     MessageHeader h = {};
+    h.txnId = txnId;
+    h.handle = handle;
+    h.code = code;
     h.magic = kMagic;
     h.version = kProtocolVersion;
     h.type = type;
@@ -188,11 +192,7 @@ TEST_F(BinderIpcWireTest, UnknownHandlesAreRefusedAndTheConnectionKeepsServing) 
     RawPeer peer(hubPath());
     ASSERT_TRUE(peer.connected());
 
-    MessageHeader call = makeHeader(kTransaction);
-    call.txnId = 7;
-    call.handle = 77;
-    call.code = ECHO;
-    peer.send(call);
+    peer.send(makeHeader(kTransaction, 0, 0, 7, 77, ECHO));
     MessageHeader reply;
     std::vector<uint8_t> body;
     ASSERT_TRUE(peer.readMessage(&reply, &body));
@@ -202,19 +202,13 @@ TEST_F(BinderIpcWireTest, UnknownHandlesAreRefusedAndTheConnectionKeepsServing) 
     const std::string pid = std::to_string(getpid());
     EXPECT_EQ(1, log.count("transaction to unknown handle 77 from pid " + pid + " refused"));
 
-    MessageHeader release = makeHeader(kRelease);
-    release.handle = 55;
-    release.code = 1;
-    peer.send(release);
+    peer.send(makeHeader(kRelease, 0, 0, 0, 55, 1));
 
     // An object of the hub's process that this peer was never given.
     std::vector<uint8_t> withObject(4 + sizeof(ObjectEntry), 0);
     ObjectEntry forged = {0, kObjectReceiverLocal, 3, 0};
     memcpy(withObject.data() + 4, &forged, sizeof(forged));
-    MessageHeader lookupForged = makeHeader(kTransaction, 4, 1);
-    lookupForged.txnId = 8;
-    lookupForged.code = kContextLookupService;
-    peer.send(lookupForged, withObject);
+    peer.send(makeHeader(kTransaction, 4, 1, 8, 0, kContextLookupService), withObject);
     ASSERT_TRUE(peer.readMessage(&reply, &body));
     EXPECT_EQ(8u, reply.txnId);
     EXPECT_EQ(FAILED_TRANSACTION, static_cast<int32_t>(reply.code));
@@ -222,10 +216,7 @@ TEST_F(BinderIpcWireTest, UnknownHandlesAreRefusedAndTheConnectionKeepsServing) 
 
     // Still served: look the hub up, then call it through the handle it gave.
     const std::vector<uint8_t> name = lookupBody("hub");
-    MessageHeader lookup = makeHeader(kTransaction, static_cast<uint32_t>(name.size()));
-    lookup.txnId = 9;
-    lookup.code = kContextLookupService;
-    peer.send(lookup, name);
+    peer.send(makeHeader(kTransaction, static_cast<uint32_t>(name.size()), 0, 9, 0, kContextLookupService), name);
     ASSERT_TRUE(peer.readMessage(&reply, &body));
     ASSERT_EQ(0, static_cast<int32_t>(reply.code));
     ASSERT_EQ(1u, reply.objectCount);
@@ -237,11 +228,9 @@ TEST_F(BinderIpcWireTest, UnknownHandlesAreRefusedAndTheConnectionKeepsServing) 
     Parcel echo;
     echo.writeInt32(5);
     echo.writeString8(String8("raw"));
-    MessageHeader echoCall = makeHeader(kTransaction, static_cast<uint32_t>(echo.dataSize()));
-    echoCall.txnId = 10;
-    echoCall.handle = given.handle;
-    echoCall.code = ECHO;
-    peer.send(echoCall, std::vector<uint8_t>(echo.data(), echo.data() + echo.dataSize()));
+    const std::vector<uint8_t> echoBody(echo.data(), echo.data() + echo.dataSize());
+    const uint32_t echoSize = static_cast<uint32_t>(echoBody.size());
+    peer.send(makeHeader(kTransaction, echoSize, 0, 10, given.handle, ECHO), echoBody);
     ASSERT_TRUE(peer.readMessage(&reply, &body));
     EXPECT_EQ(0, static_cast<int32_t>(reply.code));
     Parcel answer;
@@ -249,11 +238,8 @@ TEST_F(BinderIpcWireTest, UnknownHandlesAreRefusedAndTheConnectionKeepsServing) 
     EXPECT_EQ(6, answer.readInt32());
 
     // Released, the handle is refused like one never given.
-    release.handle = given.handle;
-    release.code = 1;
-    peer.send(release);
-    echoCall.txnId = 11;
-    peer.send(echoCall, std::vector<uint8_t>(echo.data(), echo.data() + echo.dataSize()));
+    peer.send(makeHeader(kRelease, 0, 0, 0, given.handle, 1));
+    peer.send(makeHeader(kTransaction, echoSize, 0, 11, given.handle, ECHO), echoBody);
     ASSERT_TRUE(peer.readMessage(&reply, &body));
     EXPECT_EQ(FAILED_TRANSACTION, static_cast<int32_t>(reply.code));
     expectClientStillServed();
@@ -269,32 +255,20 @@ TEST_F(BinderIpcWireTest, MalformedMessagesCloseOnlyTheirConnection) {
     std::vector<uint8_t> noise(8192);
     for (uint8_t& b : noise) b = static_cast<uint8_t>(random());
     noise[0] = 0;  // never the magic by chance
+    // Sends a one-way header with one field broken.
+    auto broken = [](void (*breakIt)(MessageHeader&)) {
+        return [breakIt](RawPeer& p) {
+            MessageHeader h = makeHeader(kOneway);
+            breakIt(h);
+            p.send(h);
+        };
+    };
     const Case cases[] = {
             {"bad magic", [&](RawPeer& p) { p.send(noise.data(), noise.size()); }},
-            {"bad message size",
-             [](RawPeer& p) {
-                 MessageHeader h = makeHeader(kOneway);
-                 h.size = 0x7fffffff;  // a length no one should allocate
-                 p.send(h);
-             }},
-            {"unsupported protocol version",
-             [](RawPeer& p) {
-                 MessageHeader h = makeHeader(kOneway);
-                 h.version = 99;
-                 p.send(h);
-             }},
-            {"unknown message type",
-             [](RawPeer& p) {
-                 MessageHeader h = makeHeader(kOneway);
-                 h.type = 42;
-                 p.send(h);
-             }},
-            {"reply to no waiting call",
-             [](RawPeer& p) {
-                 MessageHeader h = makeHeader(kReply);
-                 h.txnId = 1234;
-                 p.send(h);
-             }},
+            {"bad message size", broken([](MessageHeader& h) { h.size = 0x7fffffff; })},  // never allocated
+            {"unsupported protocol version", broken([](MessageHeader& h) { h.version = 99; })},
+            {"unknown message type", broken([](MessageHeader& h) { h.type = 42; })},
+            {"reply to no waiting call", [](RawPeer& p) { p.send(makeHeader(kReply, 0, 0, 1234)); }},
             {"bad object position",
              [](RawPeer& p) {
                  std::vector<uint8_t> body(4 + sizeof(ObjectEntry), 0);
