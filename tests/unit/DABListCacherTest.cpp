@@ -266,20 +266,14 @@ TEST_F(DABListCacherTest, EntryLinesPrintWholeUnterminatedLabels) {
 // The notification thread caches while a binder thread clears and reads. Every record written
 // has all its fields derived from one value, so a torn copy shows as mixed values.
 PRESET_LIST_ITEM uniformPreset(int band, int index, uint8_t v) {
-    PRESET_LIST_ITEM item = filledWith<PRESET_LIST_ITEM>(v);
-    item.band = band;
-    item.item_index = index;
-    item.NM = item.labelAvail = item.charCode = v;
+    PRESET_LIST_ITEM item = {{}, band, index, v, v, v};
+    memset(item.label, v, sizeof(item.label));
     return item;
 }
 
 COMP_LIST_ITEM uniformComp(int index, uint8_t v) {
-    COMP_LIST_ITEM item = filledWith<COMP_LIST_ITEM>(v);
-    item.index = index;
-    item.NM = item.scid = v;
-    item.eid = v;
-    item.sid = v;
-    item.codeTyped = v;
+    COMP_LIST_ITEM item = {{}, index, v, v, v, v, v};
+    memset(item.label, v, sizeof(item.label));
     return item;
 }
 

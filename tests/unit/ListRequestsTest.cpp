@@ -21,27 +21,15 @@ using media_lib_dab::ST_DAB_SVC_LIST_DATA;
 namespace {
 
 COMP_LIST_ITEM compItem(int index, const char* label, int codeTyped = 1) {
-    COMP_LIST_ITEM c;
-    memset(&c, 0, sizeof(c));
-    // Labels fill 16 bytes without a terminator.
-    memcpy(c.label, label, std::min(strlen(label), sizeof(c.label)));
-    c.index = index;
-    c.NM = static_cast<uint8_t>(20 + index);
-    c.eid = static_cast<uint16_t>(0xE000 + index);
-    c.sid = 0x10000u + static_cast<uint32_t>(index);
-    c.scid = static_cast<uint8_t>(index);
-    c.codeTyped = codeTyped;
+    COMP_LIST_ITEM c = {{}, index, static_cast<uint8_t>(20 + index), static_cast<uint16_t>(0xE000 + index),
+                        0x10000u + static_cast<uint32_t>(index), static_cast<uint8_t>(index), codeTyped};
+    memcpy(c.label, label, std::min(strlen(label), sizeof(c.label)));  // 16 bytes, no terminator
     return c;
 }
 
 ENSEMBLE_LIST_ITEM ensembleItem(int index, const char* label, uint16_t eid) {
-    ENSEMBLE_LIST_ITEM e;
-    memset(&e, 0, sizeof(e));
+    ENSEMBLE_LIST_ITEM e = {{}, index, 30, eid, 8};
     strncpy(e.label, label, sizeof(e.label));
-    e.index = index;
-    e.NM = 30;
-    e.eid = eid;
-    e.codeTyped = 8;
     return e;
 }
 
@@ -110,14 +98,8 @@ protected:
     }
     void cachePreset(int band, int preset, int labelAvail, int nm, const char* label,
                      int charCode = 1) {
-        PRESET_LIST_ITEM p;
-        memset(&p, 0, sizeof(p));
-        strncpy(p.label, labelAvail == 1 ? label : "", sizeof(p.label));
-        p.band = band;
-        p.item_index = preset;
-        p.NM = nm;
-        p.labelAvail = labelAvail;
-        p.charCode = charCode;
+        PRESET_LIST_ITEM p = {{}, band, preset, nm, labelAvail, charCode};
+        strncpy(p.label, label, sizeof(p.label));
         peer().cache().cachePresetItem(band, &p);
     }
 };
