@@ -20,28 +20,13 @@ namespace {
 
 ST_DAB_PCH_LIST_ITEM presetRecord(uint8_t labelValid, uint32_t bandCode, uint8_t pchNum,
                                   uint8_t nm, const char* label = "", uint32_t encode = 1) {
-    ST_DAB_PCH_LIST_ITEM rec;
-    memset(&rec, 0, sizeof(rec));
-    rec.labelValid = labelValid;
-    rec.band = bandCode;
-    rec.pchNum = pchNum;
-    rec.nm = nm;
-    rec.labelEncode = encode;
+    ST_DAB_PCH_LIST_ITEM rec = {labelValid, {}, bandCode, pchNum, nm, {}, encode, {}};
     strncpy(rec.label, label, sizeof(rec.label));
     return rec;
 }
 
 ST_DAB_SVC_LIST_DATA listRecord(uint8_t all, uint8_t pos, const char* label) {
-    ST_DAB_SVC_LIST_DATA rec;
-    memset(&rec, 0, sizeof(rec));
-    rec.valid = 1;
-    rec.curnum_all = all;
-    rec.curnum_pos = pos;
-    rec.NM = 20;
-    rec.eid = 0xE123;
-    rec.sid = 0x1234ABCD;
-    rec.scid = 0x1F07;
-    rec.codeTyped = 1;
+    ST_DAB_SVC_LIST_DATA rec = {1, all, pos, 0, 0, 20, {}, 0xE123, 0x1234ABCD, 0x1F07, 1, {}};
     strncpy(rec.label, label, sizeof(rec.label));
     return rec;
 }

@@ -434,13 +434,8 @@ protected:
     }
 
     static ST_DAB_PCH_LIST_ITEM presetOf(int bandCode, int preset) {
-        ST_DAB_PCH_LIST_ITEM rec;
-        memset(&rec, 0, sizeof(rec));
-        rec.labelValid = 1;
-        rec.band = static_cast<uint32_t>(bandCode);
-        rec.pchNum = static_cast<uint8_t>(preset);
-        rec.nm = static_cast<uint8_t>(13 + bandCode * 6 + preset);
-        rec.labelEncode = 1;
+        ST_DAB_PCH_LIST_ITEM rec = {1, {}, static_cast<uint32_t>(bandCode), static_cast<uint8_t>(preset),
+                                    static_cast<uint8_t>(13 + bandCode * 6 + preset), {}, 1, {}};
         snprintf(rec.label, sizeof(rec.label), "B%d P%d", bandCode + 1, preset);
         return rec;
     }
@@ -460,8 +455,7 @@ protected:
                 tuner->notify(media_lib_dab::DAB_NOTIFY_PRESET_ITEM, 0);
             }
         } else {
-            ST_DAB_SVC_LIST_DATA empty;  // size 0, position 0
-            memset(&empty, 0, sizeof(empty));
+            const ST_DAB_SVC_LIST_DATA empty = {};  // size 0, position 0
             tuner->setSvcItem(empty);
             tuner->notify(media_lib_dab::DAB_NOTIFY_SVC_LIST_ITEM, 0);
         }
