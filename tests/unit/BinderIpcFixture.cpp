@@ -2,6 +2,8 @@
 
 #include "BinderRuntime.h"
 
+#include <binder/IServiceManager.h>
+
 #include <cstdlib>
 
 using namespace android;
@@ -52,4 +54,33 @@ pid_t BinderIpcTest::spawnPeer(const std::vector<std::string>& args) {
             mProcesses.spawn(peerPath(), args, "", "peer-" + std::to_string(mPeers++) + ".log");
     EXPECT_GT(pid, 0);
     return pid;
+}
+
+sp<IBinder> BinderIpcTest::startService(const std::vector<std::string>& extra) {
+    std::vector<std::string> args{"service", "svc"};
+    args.insert(args.end(), extra.begin(), extra.end());
+    spawnPeer(args);
+    return defaultServiceManager()->getService(String16("svc"));
+}
+
+sp<binder_test::TestNode> BinderIpcTest::addHub() {
+    sp<binder_test::TestNode> hub = new binder_test::TestNode();
+    EXPECT_EQ(NO_ERROR, defaultServiceManager()->addService(String16("hub"), hub));
+    return hub;
+}
+
+status_t BinderIpcTest::notifyClient(const sp<IBinder>& client, int32_t seq, size_t padding) {
+    Parcel data;
+    data.writeInt32(seq);
+    const std::vector<char> bytes(padding, 0);
+    if (padding > 0) data.write(bytes.data(), padding);
+    return client->transact(binder_test::NOTIFY, data, nullptr, IBinder::FLAG_ONEWAY);
+}
+
+std::pair<int, int> BinderIpcTest::waitCount(const sp<IBinder>& client, int32_t n) {
+    Parcel data, reply;
+    data.writeInt32(n);
+    if (client->transact(binder_test::WAIT_COUNT, data, &reply) != NO_ERROR) return {-1, -1};
+    const int count = reply.readInt32();
+    return {count, reply.readInt32()};
 }

@@ -13,6 +13,7 @@
 
 #include <chrono>
 #include <string>
+#include <utility>
 #include <vector>
 
 // Runs each test in a fresh runtime directory and starts helper processes in it. Teardown
@@ -32,6 +33,16 @@ protected:
         return mProcesses.waitExit(pid, timeout);
     }
     const std::string& dir() const { return mProcesses.dir(); }
+    // Starts a peer serving a TestNode as "svc" (extra arguments: its pool size) and returns
+    // the proxy; null when it cannot be reached.
+    android::sp<android::IBinder> startService(const std::vector<std::string>& extra = {});
+    // Publishes a TestNode of this process as "hub" (clients register with it).
+    android::sp<binder_test::TestNode> addHub();
+    // One-way notification with this sequence number (and padding bytes) to a client peer.
+    static android::status_t notifyClient(const android::sp<android::IBinder>& client, int32_t seq,
+                                          size_t padding = 0);
+    // Waits until a client peer has n notifications: {how many it has, 1 when in order}.
+    static std::pair<int, int> waitCount(const android::sp<android::IBinder>& client, int32_t n);
 
 private:
     ChildProcesses mProcesses;

@@ -43,63 +43,53 @@ status_t call(const sp<IBinder>& target, uint32_t code, const Parcel& data, Parc
     return target->transact(code, data, reply);
 }
 
-TEST_F(BinderIpcTest, CallReturnsTheRemoteReplyAndTheSameProxyEachTime) {
-    spawnPeer({"service", "svc"});
+TEST_F(BinderIpcTest, CallReturnsTheRemoteReplyAndTheCallerIsThePeerProcess) {
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(nullptr, defaultServiceManager()->checkService(String16("nobody")));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 1s) << "checkService does not wait";
+
+    const pid_t child = spawnPeer({"service", "svc"});
     sp<IBinder> service = defaultServiceManager()->getService(String16("svc"));
     ASSERT_NE(nullptr, service);
     EXPECT_NE(nullptr, service->remoteBinder());
     EXPECT_EQ(nullptr, service->localBinder());
-
     Parcel data, reply;
     ASSERT_EQ(NO_ERROR, call(service, ECHO, echoArgs(data, 41, "hello"), &reply));
     EXPECT_EQ(42, reply.readInt32());
     EXPECT_STREQ("hello", reply.readString8().string());
-
     EXPECT_EQ(service, defaultServiceManager()->getService(String16("svc")));
     EXPECT_EQ(service, defaultServiceManager()->checkService(String16("svc")));
     EXPECT_EQ(NO_ERROR, service->pingBinder());
     EXPECT_TRUE(service->isBinderAlive());
     // The remote status comes back as it was.
-    Parcel none, unused;
-    EXPECT_EQ(UNKNOWN_TRANSACTION, service->transact(0x00777777, none, &unused));
+    Parcel none, ids;
+    EXPECT_EQ(UNKNOWN_TRANSACTION, service->transact(0x00777777, none, &reply));
     EXPECT_EQ(1u, BinderRuntime::connectionCount());
-}
 
-TEST_F(BinderIpcTest, CheckServiceDoesNotWaitForAMissingService) {
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(nullptr, defaultServiceManager()->checkService(String16("nobody")));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 1s);
-}
-
-TEST_F(BinderIpcTest, CallerIdentityIsThePeerProcess) {
-    const pid_t child = spawnPeer({"service", "svc"});
-    sp<IBinder> service = defaultServiceManager()->getService(String16("svc"));
-    ASSERT_NE(nullptr, service);
-    Parcel none, reply;
-    ASSERT_EQ(NO_ERROR, call(service, IDS, none, &reply));
-    EXPECT_EQ(static_cast<int32_t>(getuid()), reply.readInt32());
-    EXPECT_EQ(static_cast<int32_t>(getpid()), reply.readInt32());
-    EXPECT_EQ(static_cast<int32_t>(child), reply.readInt32());
+    ASSERT_EQ(NO_ERROR, call(service, IDS, none, &ids));
+    EXPECT_EQ(static_cast<int32_t>(getuid()), ids.readInt32());
+    EXPECT_EQ(static_cast<int32_t>(getpid()), ids.readInt32());
+    EXPECT_EQ(static_cast<int32_t>(child), ids.readInt32());
     // Outside a served call the process itself is the caller.
     EXPECT_EQ(getpid(), IPCThreadState::self()->getCallingPid());
 }
 
-TEST_F(BinderIpcTest, LocalObjectComesBackAsItselfAndLivesWhileThePeerHoldsIt) {
-    spawnPeer({"service", "svc"});
-    sp<IBinder> service = defaultServiceManager()->getService(String16("svc"));
+TEST_F(BinderIpcTest, ObjectsTravelAsThemselvesAndLiveWhileThePeerHoldsThem) {
+    sp<IBinder> service = startService();
     ASSERT_NE(nullptr, service);
+    auto same = [&](const sp<IBinder>& object) {
+        Parcel twice, reply;
+        twice.writeStrongBinder(object);
+        twice.writeStrongBinder(object);
+        return call(service, SAME, twice, &reply) == NO_ERROR ? reply.readInt32() : -1;
+    };
     const int before = liveNodes().load();
     sp<IBinder> mine = new TestNode();
     {
-        Parcel data, reply;
+        Parcel data, reply, index, held;
         data.writeStrongBinder(mine);
         ASSERT_EQ(NO_ERROR, call(service, HOLD, data, &reply));
-        Parcel twice, same;
-        twice.writeStrongBinder(mine);
-        twice.writeStrongBinder(mine);
-        ASSERT_EQ(NO_ERROR, call(service, SAME, twice, &same));
-        EXPECT_EQ(1, same.readInt32()) << "one proxy per remote object";
-        Parcel index, held;
+        EXPECT_EQ(1, same(mine)) << "one proxy per remote object";
         index.writeInt32(0);
         ASSERT_EQ(NO_ERROR, call(service, GET_HELD, index, &held));
         EXPECT_EQ(mine, held.readStrongBinder());
@@ -109,41 +99,29 @@ TEST_F(BinderIpcTest, LocalObjectComesBackAsItselfAndLivesWhileThePeerHoldsIt) {
     Parcel none, reply;
     ASSERT_EQ(NO_ERROR, call(service, DROP_ALL, none, &reply));
     EXPECT_TRUE(waitUntil([&] { return liveNodes().load() == before; }, 5s));
-}
 
-TEST_F(BinderIpcTest, DroppedProxyReleasesTheRemoteObject) {
-    spawnPeer({"service", "svc"});
-    sp<IBinder> service = defaultServiceManager()->getService(String16("svc"));
-    ASSERT_NE(nullptr, service);
+    // A dropped proxy releases the remote object.
     auto remoteLive = [&] {
-        Parcel none, reply;
-        return call(service, LIVE_NODES, none, &reply) == NO_ERROR ? reply.readInt32() : -1;
+        Parcel empty, live;
+        return call(service, LIVE_NODES, empty, &live) == NO_ERROR ? live.readInt32() : -1;
     };
     EXPECT_EQ(1, remoteLive());
     sp<IBinder> created;
     {
-        Parcel none, reply;
-        ASSERT_EQ(NO_ERROR, call(service, CREATE, none, &reply));
-        created = reply.readStrongBinder();
+        Parcel createdReply;  // holds a reference while it lives
+        ASSERT_EQ(NO_ERROR, call(service, CREATE, none, &createdReply));
+        created = createdReply.readStrongBinder();
     }
     ASSERT_NE(nullptr, created);
     ASSERT_NE(nullptr, created->remoteBinder());
     EXPECT_EQ(2, remoteLive());
-    {
-        // Sent back, the proxy names the service's own object there.
-        Parcel twice, same;
-        twice.writeStrongBinder(created);
-        twice.writeStrongBinder(created);
-        ASSERT_EQ(NO_ERROR, call(service, SAME, twice, &same));
-        EXPECT_EQ(1, same.readInt32());
-    }
+    EXPECT_EQ(1, same(created)) << "sent back, the proxy names the service's own object";
     created.clear();
     EXPECT_TRUE(waitUntil([&] { return remoteLive() == 1; }, 5s));
 }
 
 TEST_F(BinderIpcTest, NestedCallbacksRunOnTheThreadWaitingForTheReply) {
-    spawnPeer({"service", "svc"});
-    sp<IBinder> service = defaultServiceManager()->getService(String16("svc"));
+    sp<IBinder> service = startService();
     ASSERT_NE(nullptr, service);
     sp<TestNode> mine = new TestNode();
     Parcel data, reply;
@@ -158,8 +136,7 @@ TEST_F(BinderIpcTest, NestedCallbacksRunOnTheThreadWaitingForTheReply) {
 }
 
 TEST_F(BinderIpcTest, MoreConcurrentCallsThanPoolThreadsAllComplete) {
-    spawnPeer({"service", "svc", "2"});
-    sp<IBinder> service = defaultServiceManager()->getService(String16("svc"));
+    sp<IBinder> service = startService({"2"});
     ASSERT_NE(nullptr, service);
     sp<TestNode> mine = new TestNode();
     constexpr int kCallers = 12;
@@ -183,8 +160,7 @@ TEST_F(BinderIpcTest, MoreConcurrentCallsThanPoolThreadsAllComplete) {
 }
 
 TEST_F(BinderIpcTest, CallBlockedInTheServiceDoesNotHoldUpAnotherOnTheSameConnection) {
-    spawnPeer({"service", "svc"});
-    sp<IBinder> service = defaultServiceManager()->getService(String16("svc"));
+    sp<IBinder> service = startService();
     ASSERT_NE(nullptr, service);
     std::atomic<bool> sleeperDone{false};
     std::thread sleeper([&] {
@@ -203,8 +179,7 @@ TEST_F(BinderIpcTest, CallBlockedInTheServiceDoesNotHoldUpAnotherOnTheSameConnec
 }
 
 TEST_F(BinderIpcTest, SixteenClientsReceiveEveryOnewayNotificationInOrder) {
-    sp<TestNode> hub = new TestNode();
-    ASSERT_EQ(NO_ERROR, defaultServiceManager()->addService(String16("hub"), hub));
+    sp<TestNode> hub = addHub();
     std::set<pid_t> children;
     for (int i = 0; i < 16; ++i) children.insert(spawnPeer({"client", "hub"}));
     ASSERT_TRUE(hub->waitRegistered(16, 30s));
@@ -216,26 +191,17 @@ TEST_F(BinderIpcTest, SixteenClientsReceiveEveryOnewayNotificationInOrder) {
     constexpr int kNotifications = 600;
     const std::vector<sp<IBinder>> clients = hub->registered();
     for (int seq = 0; seq < kNotifications; ++seq) {
-        for (const sp<IBinder>& client : clients) {
-            Parcel data;
-            data.writeInt32(seq);
-            ASSERT_EQ(NO_ERROR, client->transact(NOTIFY, data, nullptr, IBinder::FLAG_ONEWAY));
-        }
+        for (const sp<IBinder>& client : clients) ASSERT_EQ(NO_ERROR, notifyClient(client, seq));
     }
     for (const sp<IBinder>& client : clients) {
-        Parcel data, reply;
-        data.writeInt32(kNotifications);
-        ASSERT_EQ(NO_ERROR, call(client, WAIT_COUNT, data, &reply));
-        EXPECT_EQ(kNotifications, reply.readInt32());
-        EXPECT_EQ(1, reply.readInt32()) << "in order";
+        EXPECT_EQ(std::make_pair(kNotifications, 1), waitCount(client, kNotifications));
     }
     hub->clearRegistered();
 }
 
 TEST_F(BinderIpcTest, StoppedClientDelaysNobodyAndIsDroppedPastTheQueueBound) {
     HostLog::Capture log;
-    sp<TestNode> hub = new TestNode();
-    ASSERT_EQ(NO_ERROR, defaultServiceManager()->addService(String16("hub"), hub));
+    sp<TestNode> hub = addHub();
     const int liveBefore = liveNodes().load() + 4;  // each client has the hub create one
     for (int i = 0; i < 4; ++i) spawnPeer({"client", "hub"});
     ASSERT_TRUE(hub->waitRegistered(4, 30s));
@@ -250,31 +216,18 @@ TEST_F(BinderIpcTest, StoppedClientDelaysNobodyAndIsDroppedPastTheQueueBound) {
     auto slowest = std::chrono::steady_clock::duration::zero();
     for (int seq = 0; seq < kNotifications; ++seq) {
         for (const sp<IBinder>& client : clients) {
-            Parcel data;
-            data.writeInt32(seq);
-            const char padding[64] = {};
-            data.write(padding, sizeof(padding));
             const auto start = std::chrono::steady_clock::now();
-            client->transact(NOTIFY, data, nullptr, IBinder::FLAG_ONEWAY);
+            notifyClient(client, seq, 64);
             slowest = std::max(slowest, std::chrono::steady_clock::now() - start);
         }
         // The running clients are kept close behind, so only the stopped one falls back.
         if ((seq + 1) % 250 == 0) {
-            for (size_t i = 1; i < clients.size(); ++i) {
-                Parcel data, reply;
-                data.writeInt32(seq + 1);
-                ASSERT_EQ(NO_ERROR, call(clients[i], WAIT_COUNT, data, &reply));
-                ASSERT_EQ(seq + 1, reply.readInt32());
-            }
+            for (size_t i = 1; i < clients.size(); ++i) ASSERT_EQ(seq + 1, waitCount(clients[i], seq + 1).first);
         }
     }
     EXPECT_LT(slowest, 1s) << "a one-way call never waits for its receiver";
     for (size_t i = 1; i < clients.size(); ++i) {
-        Parcel data, reply;
-        data.writeInt32(kNotifications);
-        ASSERT_EQ(NO_ERROR, call(clients[i], WAIT_COUNT, data, &reply));
-        EXPECT_EQ(kNotifications, reply.readInt32());
-        EXPECT_EQ(1, reply.readInt32());
+        EXPECT_EQ(std::make_pair(kNotifications, 1), waitCount(clients[i], kNotifications));
     }
     // Dropped: its references are released and it is told of nothing more.
     EXPECT_TRUE(waitUntil([&] { return recipient->count() == 1; }, 5s));
@@ -292,8 +245,7 @@ TEST_F(BinderIpcTest, StoppedClientDelaysNobodyAndIsDroppedPastTheQueueBound) {
 }
 
 TEST_F(BinderIpcTest, KilledClientLosesItsObjectsAndDeathIsToldOnce) {
-    sp<TestNode> hub = new TestNode();
-    ASSERT_EQ(NO_ERROR, defaultServiceManager()->addService(String16("hub"), hub));
+    sp<TestNode> hub = addHub();
     const int liveBefore = liveNodes().load() + 1;  // the client has the hub create one
     const pid_t child = spawnPeer({"client", "hub"});
     ASSERT_TRUE(hub->waitRegistered(1, 30s));
@@ -314,7 +266,7 @@ TEST_F(BinderIpcTest, KilledClientLosesItsObjectsAndDeathIsToldOnce) {
 
     EXPECT_FALSE(callback->isBinderAlive());
     Parcel data, reply;
-    EXPECT_EQ(DEAD_OBJECT, callback->transact(NOTIFY, data, nullptr, IBinder::FLAG_ONEWAY));
+    EXPECT_EQ(DEAD_OBJECT, notifyClient(callback, 0));
     EXPECT_EQ(DEAD_OBJECT, call(callback, ECHO, data, &reply));
     sp<CountingRecipient> late = new CountingRecipient();
     EXPECT_EQ(NO_ERROR, callback->linkToDeath(late));
@@ -324,33 +276,25 @@ TEST_F(BinderIpcTest, KilledClientLosesItsObjectsAndDeathIsToldOnce) {
     hub->clearRegistered();
 }
 
-TEST_F(BinderIpcTest, ServiceOfThisProcessIsFoundWithoutASocket) {
-    sp<TestNode> hub = new TestNode();
-    ASSERT_EQ(NO_ERROR, defaultServiceManager()->addService(String16("hub"), hub));
-    EXPECT_EQ(sp<IBinder>(hub), defaultServiceManager()->getService(String16("hub")));
-    EXPECT_EQ(0u, BinderRuntime::connectionCount());
-    EXPECT_EQ(0, access((dir() + "/hub.sock").c_str(), F_OK));
-}
-
-TEST_F(BinderIpcTest, SecondProcessCannotTakeALiveServiceName) {
+TEST_F(BinderIpcTest, ServiceNamesAreServedLocallyHeldByTheLiveServerAndFreedByItsDeath) {
     HostLog::Capture log;
-    spawnPeer({"service", "svc"});
+    sp<TestNode> hub = addHub();
+    EXPECT_EQ(sp<IBinder>(hub), defaultServiceManager()->getService(String16("hub")));
+    EXPECT_EQ(0u, BinderRuntime::connectionCount()) << "this process's own service needs no socket";
+    EXPECT_EQ(0, access((dir() + "/hub.sock").c_str(), F_OK));
+
+    const pid_t child = spawnPeer({"service", "svc"});
     ASSERT_NE(nullptr, defaultServiceManager()->getService(String16("svc")));
     sp<TestNode> mine = new TestNode();
     EXPECT_EQ(ALREADY_EXISTS, defaultServiceManager()->addService(String16("svc"), mine));
     EXPECT_TRUE(log.contains("service svc is already served at " + dir() + "/svc.sock"));
-}
 
-TEST_F(BinderIpcTest, StaleSocketIsReplaced) {
-    const pid_t child = spawnPeer({"service", "svc"});
-    ASSERT_NE(nullptr, defaultServiceManager()->getService(String16("svc")));
     kill(child, SIGKILL);
     waitExit(child, 10s);
     ASSERT_TRUE(waitUntil([] { return BinderRuntime::connectionCount() == 0; }, 5s));
     // The killed service left its socket; a new one takes the name over.
     ASSERT_EQ(0, access((dir() + "/svc.sock").c_str(), F_OK));
-    spawnPeer({"service", "svc"});
-    sp<IBinder> service = defaultServiceManager()->getService(String16("svc"));
+    sp<IBinder> service = startService();
     ASSERT_NE(nullptr, service);
     Parcel data, reply;
     EXPECT_EQ(NO_ERROR, call(service, ECHO, echoArgs(data, 1, "x"), &reply));

@@ -15,6 +15,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <functional>
 #include <random>
 
 using namespace android;
@@ -24,8 +25,12 @@ using namespace std::chrono_literals;
 
 namespace {
 
-MessageHeader makeHeader(uint16_t type, uint32_t dataSize = 0, uint32_t objects = 0) {
+MessageHeader makeHeader(uint16_t type, uint32_t dataSize = 0, uint32_t objects = 0, uint32_t txnId = 0,
+                         uint32_t handle = 0, uint32_t code = 0) {
     MessageHeader h = {};
+    h.txnId = txnId;
+    h.handle = handle;
+    h.code = code;
     h.magic = kMagic;
     h.version = kProtocolVersion;
     h.type = type;
@@ -107,41 +112,33 @@ TEST(BinderWireTest, HeaderChecksEveryFieldBeforeAnyAllocation) {
     EXPECT_EQ(nullptr, checkHeader(good, &body));
     EXPECT_EQ(8u + 16u, body);
 
-    MessageHeader h = good;
-    h.magic ^= 1;
-    EXPECT_STREQ("bad magic", checkHeader(h, &body));
-    h = good;
-    h.version = kProtocolVersion + 1;
-    EXPECT_STREQ("unsupported protocol version", checkHeader(h, &body));
-    h = good;
-    h.type = 9;
-    EXPECT_STREQ("unknown message type", checkHeader(h, &body));
-    h = good;
-    h.type = 0;
-    EXPECT_STREQ("unknown message type", checkHeader(h, &body));
-    h = good;
-    h.size = kMaxMessageSize + 4;
-    EXPECT_STREQ("bad message size", checkHeader(h, &body));
-    h = good;
-    h.size = sizeof(MessageHeader) - 4;
-    EXPECT_STREQ("bad message size", checkHeader(h, &body));
-    h = good;
-    h.size += 4;
-    EXPECT_STREQ("inconsistent message size", checkHeader(h, &body));
-    h = good;
-    h.objectCount = 0xffffffffu;
-    EXPECT_STREQ("bad message size", checkHeader(h, &body));
-    h = makeHeader(kRelease, 4);
-    EXPECT_STREQ("release with data", checkHeader(h, &body));
-    h = makeHeader(kReply, 4);
-    h.code = static_cast<uint32_t>(DEAD_OBJECT);
-    EXPECT_STREQ("error reply with data", checkHeader(h, &body));
-    h = good;
-    h.reserved = 1;
-    EXPECT_STREQ("reserved field set", checkHeader(h, &body));
+    const struct {
+        const char* problem;
+        std::function<void(MessageHeader&)> breakIt;
+    } cases[] = {
+            {"bad magic", [](MessageHeader& h) { h.magic ^= 1; }},
+            {"unsupported protocol version", [](MessageHeader& h) { h.version = kProtocolVersion + 1; }},
+            {"unknown message type", [](MessageHeader& h) { h.type = 9; }},
+            {"unknown message type", [](MessageHeader& h) { h.type = 0; }},
+            {"bad message size", [](MessageHeader& h) { h.size = kMaxMessageSize + 4; }},
+            {"bad message size", [](MessageHeader& h) { h.size = sizeof(MessageHeader) - 4; }},
+            {"inconsistent message size", [](MessageHeader& h) { h.size += 4; }},
+            {"bad message size", [](MessageHeader& h) { h.objectCount = 0xffffffffu; }},
+            {"release with data", [](MessageHeader& h) { h = makeHeader(kRelease, 4); }},
+            {"error reply with data",
+             [](MessageHeader& h) {
+                 h = makeHeader(kReply, 4);
+                 h.code = static_cast<uint32_t>(DEAD_OBJECT);
+             }},
+            {"reserved field set", [](MessageHeader& h) { h.reserved = 1; }},
+    };
+    for (const auto& c : cases) {
+        MessageHeader h = good;
+        c.breakIt(h);
+        EXPECT_STREQ(c.problem, checkHeader(h, &body));
+    }
     // Exactly at the limit is allowed.
-    h = makeHeader(kOneway, kMaxMessageSize - sizeof(MessageHeader));
-    EXPECT_EQ(nullptr, checkHeader(h, &body));
+    EXPECT_EQ(nullptr, checkHeader(makeHeader(kOneway, kMaxMessageSize - sizeof(MessageHeader)), &body));
 }
 
 TEST(BinderWireTest, ObjectTableMustPointInsideTheDataInOrder) {
@@ -179,16 +176,8 @@ protected:
     // The registered client still gets notifications through the hub's process.
     void expectClientStillServed() {
         sp<IBinder> client = mHub->registered()[0];
-        for (int seq = 0; seq < 3; ++seq) {
-            Parcel data;
-            data.writeInt32(mSent++);
-            ASSERT_EQ(NO_ERROR, client->transact(NOTIFY, data, nullptr, IBinder::FLAG_ONEWAY));
-        }
-        Parcel data, reply;
-        data.writeInt32(mSent);
-        ASSERT_EQ(NO_ERROR, client->transact(WAIT_COUNT, data, &reply));
-        EXPECT_EQ(mSent, reply.readInt32());
-        EXPECT_EQ(1, reply.readInt32());
+        for (int seq = 0; seq < 3; ++seq) ASSERT_EQ(NO_ERROR, notifyClient(client, mSent++));
+        EXPECT_EQ(std::make_pair(mSent, 1), waitCount(client, mSent));
     }
     std::string closedLine(const char* reason) const {
         return "connection to pid " + std::to_string(getpid()) + " closed: " + reason;
@@ -203,11 +192,7 @@ TEST_F(BinderIpcWireTest, UnknownHandlesAreRefusedAndTheConnectionKeepsServing) 
     RawPeer peer(hubPath());
     ASSERT_TRUE(peer.connected());
 
-    MessageHeader call = makeHeader(kTransaction);
-    call.txnId = 7;
-    call.handle = 77;
-    call.code = ECHO;
-    peer.send(call);
+    peer.send(makeHeader(kTransaction, 0, 0, 7, 77, ECHO));
     MessageHeader reply;
     std::vector<uint8_t> body;
     ASSERT_TRUE(peer.readMessage(&reply, &body));
@@ -217,19 +202,13 @@ TEST_F(BinderIpcWireTest, UnknownHandlesAreRefusedAndTheConnectionKeepsServing) 
     const std::string pid = std::to_string(getpid());
     EXPECT_EQ(1, log.count("transaction to unknown handle 77 from pid " + pid + " refused"));
 
-    MessageHeader release = makeHeader(kRelease);
-    release.handle = 55;
-    release.code = 1;
-    peer.send(release);
+    peer.send(makeHeader(kRelease, 0, 0, 0, 55, 1));
 
     // An object of the hub's process that this peer was never given.
     std::vector<uint8_t> withObject(4 + sizeof(ObjectEntry), 0);
     ObjectEntry forged = {0, kObjectReceiverLocal, 3, 0};
     memcpy(withObject.data() + 4, &forged, sizeof(forged));
-    MessageHeader lookupForged = makeHeader(kTransaction, 4, 1);
-    lookupForged.txnId = 8;
-    lookupForged.code = kContextLookupService;
-    peer.send(lookupForged, withObject);
+    peer.send(makeHeader(kTransaction, 4, 1, 8, 0, kContextLookupService), withObject);
     ASSERT_TRUE(peer.readMessage(&reply, &body));
     EXPECT_EQ(8u, reply.txnId);
     EXPECT_EQ(FAILED_TRANSACTION, static_cast<int32_t>(reply.code));
@@ -237,10 +216,7 @@ TEST_F(BinderIpcWireTest, UnknownHandlesAreRefusedAndTheConnectionKeepsServing) 
 
     // Still served: look the hub up, then call it through the handle it gave.
     const std::vector<uint8_t> name = lookupBody("hub");
-    MessageHeader lookup = makeHeader(kTransaction, static_cast<uint32_t>(name.size()));
-    lookup.txnId = 9;
-    lookup.code = kContextLookupService;
-    peer.send(lookup, name);
+    peer.send(makeHeader(kTransaction, static_cast<uint32_t>(name.size()), 0, 9, 0, kContextLookupService), name);
     ASSERT_TRUE(peer.readMessage(&reply, &body));
     ASSERT_EQ(0, static_cast<int32_t>(reply.code));
     ASSERT_EQ(1u, reply.objectCount);
@@ -252,11 +228,9 @@ TEST_F(BinderIpcWireTest, UnknownHandlesAreRefusedAndTheConnectionKeepsServing) 
     Parcel echo;
     echo.writeInt32(5);
     echo.writeString8(String8("raw"));
-    MessageHeader echoCall = makeHeader(kTransaction, static_cast<uint32_t>(echo.dataSize()));
-    echoCall.txnId = 10;
-    echoCall.handle = given.handle;
-    echoCall.code = ECHO;
-    peer.send(echoCall, std::vector<uint8_t>(echo.data(), echo.data() + echo.dataSize()));
+    const std::vector<uint8_t> echoBody(echo.data(), echo.data() + echo.dataSize());
+    const uint32_t echoSize = static_cast<uint32_t>(echoBody.size());
+    peer.send(makeHeader(kTransaction, echoSize, 0, 10, given.handle, ECHO), echoBody);
     ASSERT_TRUE(peer.readMessage(&reply, &body));
     EXPECT_EQ(0, static_cast<int32_t>(reply.code));
     Parcel answer;
@@ -264,11 +238,8 @@ TEST_F(BinderIpcWireTest, UnknownHandlesAreRefusedAndTheConnectionKeepsServing) 
     EXPECT_EQ(6, answer.readInt32());
 
     // Released, the handle is refused like one never given.
-    release.handle = given.handle;
-    release.code = 1;
-    peer.send(release);
-    echoCall.txnId = 11;
-    peer.send(echoCall, std::vector<uint8_t>(echo.data(), echo.data() + echo.dataSize()));
+    peer.send(makeHeader(kRelease, 0, 0, 0, given.handle, 1));
+    peer.send(makeHeader(kTransaction, echoSize, 0, 11, given.handle, ECHO), echoBody);
     ASSERT_TRUE(peer.readMessage(&reply, &body));
     EXPECT_EQ(FAILED_TRANSACTION, static_cast<int32_t>(reply.code));
     expectClientStillServed();
@@ -284,32 +255,20 @@ TEST_F(BinderIpcWireTest, MalformedMessagesCloseOnlyTheirConnection) {
     std::vector<uint8_t> noise(8192);
     for (uint8_t& b : noise) b = static_cast<uint8_t>(random());
     noise[0] = 0;  // never the magic by chance
+    // Sends a one-way header with one field broken.
+    auto broken = [](void (*breakIt)(MessageHeader&)) {
+        return [breakIt](RawPeer& p) {
+            MessageHeader h = makeHeader(kOneway);
+            breakIt(h);
+            p.send(h);
+        };
+    };
     const Case cases[] = {
             {"bad magic", [&](RawPeer& p) { p.send(noise.data(), noise.size()); }},
-            {"bad message size",
-             [](RawPeer& p) {
-                 MessageHeader h = makeHeader(kOneway);
-                 h.size = 0x7fffffff;  // a length no one should allocate
-                 p.send(h);
-             }},
-            {"unsupported protocol version",
-             [](RawPeer& p) {
-                 MessageHeader h = makeHeader(kOneway);
-                 h.version = 99;
-                 p.send(h);
-             }},
-            {"unknown message type",
-             [](RawPeer& p) {
-                 MessageHeader h = makeHeader(kOneway);
-                 h.type = 42;
-                 p.send(h);
-             }},
-            {"reply to no waiting call",
-             [](RawPeer& p) {
-                 MessageHeader h = makeHeader(kReply);
-                 h.txnId = 1234;
-                 p.send(h);
-             }},
+            {"bad message size", broken([](MessageHeader& h) { h.size = 0x7fffffff; })},  // never allocated
+            {"unsupported protocol version", broken([](MessageHeader& h) { h.version = 99; })},
+            {"unknown message type", broken([](MessageHeader& h) { h.type = 42; })},
+            {"reply to no waiting call", [](RawPeer& p) { p.send(makeHeader(kReply, 0, 0, 1234)); }},
             {"bad object position",
              [](RawPeer& p) {
                  std::vector<uint8_t> body(4 + sizeof(ObjectEntry), 0);

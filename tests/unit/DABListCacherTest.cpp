@@ -7,6 +7,7 @@
 #include <atomic>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -23,53 +24,31 @@ T filledWith(unsigned char byte) {
 }
 
 // Field by field: copies need not carry the padding bytes of the list records.
-bool sameRecord(const PRESET_LIST_ITEM& a, const PRESET_LIST_ITEM& b) {
-    return memcmp(a.label, b.label, sizeof(a.label)) == 0 && a.band == b.band &&
-           a.item_index == b.item_index && a.NM == b.NM && a.labelAvail == b.labelAvail &&
-           a.charCode == b.charCode;
+auto fields(const PRESET_LIST_ITEM& a) {
+    return std::make_tuple(std::string(a.label, 16), a.band, a.item_index, a.NM, a.labelAvail, a.charCode);
 }
-
-bool sameRecord(const ENSEMBLE_LIST_ITEM& a, const ENSEMBLE_LIST_ITEM& b) {
-    return memcmp(a.label, b.label, sizeof(a.label)) == 0 && a.index == b.index &&
-           a.NM == b.NM && a.eid == b.eid && a.codeTyped == b.codeTyped;
+auto fields(const ENSEMBLE_LIST_ITEM& a) {
+    return std::make_tuple(std::string(a.label, 16), a.index, a.NM, a.eid, a.codeTyped);
 }
-
-bool sameRecord(const COMP_LIST_ITEM& a, const COMP_LIST_ITEM& b) {
-    return memcmp(a.label, b.label, sizeof(a.label)) == 0 && a.index == b.index &&
-           a.NM == b.NM && a.eid == b.eid && a.sid == b.sid && a.scid == b.scid &&
-           a.codeTyped == b.codeTyped;
+auto fields(const COMP_LIST_ITEM& a) {
+    return std::make_tuple(std::string(a.label, 16), a.index, a.NM, a.eid, a.sid, a.scid, a.codeTyped);
 }
+template <typename T>
+bool sameRecord(const T& a, const T& b) { return fields(a) == fields(b); }
 
 PRESET_LIST_ITEM makePreset(int band, int index, int nm, const char* label) {
-    PRESET_LIST_ITEM item = filledWith<PRESET_LIST_ITEM>(0);
+    PRESET_LIST_ITEM item = {{}, band, index, nm, 1, 4};
     strncpy(item.label, label, sizeof(item.label));
-    item.band = band;
-    item.item_index = index;
-    item.NM = nm;
-    item.labelAvail = 1;
-    item.charCode = 4;
     return item;
 }
-
 COMP_LIST_ITEM makeComp(int index, uint32_t sid, const char* label) {
-    COMP_LIST_ITEM item = filledWith<COMP_LIST_ITEM>(0);
+    COMP_LIST_ITEM item = {{}, index, 40, 0xE1C0, sid, 2, 15};
     strncpy(item.label, label, sizeof(item.label));
-    item.index = index;
-    item.NM = 40;
-    item.eid = 0xE1C0;
-    item.sid = sid;
-    item.scid = 2;
-    item.codeTyped = 15;
     return item;
 }
-
 ENSEMBLE_LIST_ITEM makeEnsemble(int index, uint16_t eid, const char* label) {
-    ENSEMBLE_LIST_ITEM item = filledWith<ENSEMBLE_LIST_ITEM>(0);
+    ENSEMBLE_LIST_ITEM item = {{}, index, 22, eid, 15};
     strncpy(item.label, label, sizeof(item.label));
-    item.index = index;
-    item.NM = 22;
-    item.eid = eid;
-    item.codeTyped = 15;
     return item;
 }
 
@@ -98,14 +77,10 @@ TEST_F(DABListCacherTest, FreshCacheReadsZeroPresetsAndRefusesTypeZero) {
     EXPECT_EQ(7, type);
 }
 
-TEST_F(DABListCacherTest, CachePresetRefusesIndexOrBandOutOfRangeAndStoresNothing) {
-    for (int index : {0, 7, -1}) {
-        PRESET_LIST_ITEM item = makePreset(1, index, 30, "BAD");
-        EXPECT_EQ(-1, mCacher.cachePresetItem(1, &item)) << "item_index " << index;
-    }
-    for (int band : {0, 4}) {
-        PRESET_LIST_ITEM item = makePreset(band, 1, 30, "BAD");
-        EXPECT_EQ(-1, mCacher.cachePresetItem(band, &item)) << "band " << band;
+TEST_F(DABListCacherTest, CachePresetRefusesOutOfRangeAndStoresByTheBandArgument) {
+    for (const auto& bad : std::vector<std::pair<int, int>>{{1, 0}, {1, 7}, {1, -1}, {0, 1}, {4, 1}}) {
+        PRESET_LIST_ITEM item = makePreset(bad.first, bad.second, 30, "BAD");
+        EXPECT_EQ(-1, mCacher.cachePresetItem(bad.first, &item)) << bad.first << "/" << bad.second;
     }
     for (int band = 1; band <= 3; ++band) {
         for (int index = 1; index <= 6; ++index) {
@@ -114,9 +89,8 @@ TEST_F(DABListCacherTest, CachePresetRefusesIndexOrBandOutOfRangeAndStoresNothin
             EXPECT_TRUE(sameRecord(filledWith<PRESET_LIST_ITEM>(0), out)) << band << "/" << index;
         }
     }
-}
 
-TEST_F(DABListCacherTest, CachePresetFillsSlotOfBandArgumentAndLaterItemReplacesIt) {
+    // A slot is keyed by the band argument; a later item replaces it.
     PRESET_LIST_ITEM first = makePreset(1, 6, 55, "FIRST");
     PRESET_LIST_ITEM other = makePreset(1, 6, 13, "OTHER");  // record's band field is not the key
     ASSERT_EQ(0, mCacher.cachePresetItem(1, &first));
@@ -163,7 +137,7 @@ TEST_F(DABListCacherTest, GetPresetWithBadBandLogsFieldsOfUntouchedOutAndBadInde
               listLines());
 }
 
-TEST_F(DABListCacherTest, ServiceListsReplaceByIndexAndTypeEightReadsListOne) {
+TEST_F(DABListCacherTest, ListsReplaceByIndexAndTypeEightReadsListOne) {
     COMP_LIST_ITEM first = makeComp(3, 0x1111, "ONE");
     COMP_LIST_ITEM second = makeComp(3, 0x2222, "TWO");
     mCacher.cacheServiceItem(2, &first);
@@ -184,35 +158,28 @@ TEST_F(DABListCacherTest, ServiceListsReplaceByIndexAndTypeEightReadsListOne) {
     EXPECT_EQ(1, mCacher.getCachedServiceItem(0, 5, &out));
     EXPECT_EQ(1, mCacher.getCachedServiceItem(7, 5, &out));
     EXPECT_EQ(1, mCacher.getCachedServiceItem(9, 5, &out));
-}
 
-TEST_F(DABListCacherTest, CacheServiceItemOfTypeEightSetsTypeButStoresNothing) {
-    COMP_LIST_ITEM item = makeComp(4, 0xAAAA, "X");
-    mCacher.cacheServiceItem(8, &item);
+    // Caching with type 8 sets the type but stores nothing.
+    comp = makeComp(4, 0xAAAA, "X");
+    mCacher.cacheServiceItem(8, &comp);
     int type = 0;
     ASSERT_EQ(0, mCacher.getCurrentCachedServiceItemType(&type));
     EXPECT_EQ(8, type);
-    COMP_LIST_ITEM out;
     EXPECT_EQ(1, mCacher.getCachedServiceItem(1, 4, &out));
     EXPECT_EQ(1, mCacher.getCachedServiceItem(8, 4, &out));
-}
 
-TEST_F(DABListCacherTest, EnsembleListLooksUpByExactKeyAndReplaces) {
-    ENSEMBLE_LIST_ITEM out = filledWith<ENSEMBLE_LIST_ITEM>(0x44);
-    EXPECT_EQ(1, mCacher.getCachedEnsembleItem(3, &out));
-    EXPECT_TRUE(sameRecord(filledWith<ENSEMBLE_LIST_ITEM>(0x44), out));
-
-    ENSEMBLE_LIST_ITEM first = makeEnsemble(3, 0x1001, "ENS A");
-    ENSEMBLE_LIST_ITEM other = makeEnsemble(1, 0x1003, "ENS C");
-    ENSEMBLE_LIST_ITEM second = makeEnsemble(3, 0x1002, "ENS B");
-    mCacher.cacheEnsembleItem(&first);
-    mCacher.cacheEnsembleItem(&other);
-    mCacher.cacheEnsembleItem(&second);
-    ASSERT_EQ(0, mCacher.getCachedEnsembleItem(3, &out));
-    EXPECT_TRUE(sameRecord(second, out));
-    ASSERT_EQ(0, mCacher.getCachedEnsembleItem(1, &out));
-    EXPECT_TRUE(sameRecord(other, out));
-    EXPECT_EQ(1, mCacher.getCachedEnsembleItem(2, &out));
+    // The ensemble list looks up by exact key and replaces.
+    ENSEMBLE_LIST_ITEM ens = filledWith<ENSEMBLE_LIST_ITEM>(0x44);
+    EXPECT_EQ(1, mCacher.getCachedEnsembleItem(3, &ens));
+    EXPECT_TRUE(sameRecord(filledWith<ENSEMBLE_LIST_ITEM>(0x44), ens));
+    const ENSEMBLE_LIST_ITEM ensembles[] = {makeEnsemble(3, 0x1001, "ENS A"), makeEnsemble(1, 0x1003, "ENS C"),
+                                            makeEnsemble(3, 0x1002, "ENS B")};
+    for (const ENSEMBLE_LIST_ITEM& e : ensembles) mCacher.cacheEnsembleItem(&e);
+    ASSERT_EQ(0, mCacher.getCachedEnsembleItem(3, &ens));
+    EXPECT_TRUE(sameRecord(ensembles[2], ens));
+    ASSERT_EQ(0, mCacher.getCachedEnsembleItem(1, &ens));
+    EXPECT_TRUE(sameRecord(ensembles[1], ens));
+    EXPECT_EQ(1, mCacher.getCachedEnsembleItem(2, &ens));
 }
 
 TEST_F(DABListCacherTest, ClearsEmptyTheirListsOnlyAndLeaveCurrentType) {
@@ -299,20 +266,14 @@ TEST_F(DABListCacherTest, EntryLinesPrintWholeUnterminatedLabels) {
 // The notification thread caches while a binder thread clears and reads. Every record written
 // has all its fields derived from one value, so a torn copy shows as mixed values.
 PRESET_LIST_ITEM uniformPreset(int band, int index, uint8_t v) {
-    PRESET_LIST_ITEM item = filledWith<PRESET_LIST_ITEM>(v);
-    item.band = band;
-    item.item_index = index;
-    item.NM = item.labelAvail = item.charCode = v;
+    PRESET_LIST_ITEM item = {{}, band, index, v, v, v};
+    memset(item.label, v, sizeof(item.label));
     return item;
 }
 
 COMP_LIST_ITEM uniformComp(int index, uint8_t v) {
-    COMP_LIST_ITEM item = filledWith<COMP_LIST_ITEM>(v);
-    item.index = index;
-    item.NM = item.scid = v;
-    item.eid = v;
-    item.sid = v;
-    item.codeTyped = v;
+    COMP_LIST_ITEM item = {{}, index, v, v, v, v, v};
+    memset(item.label, v, sizeof(item.label));
     return item;
 }
 

@@ -5,8 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -18,33 +20,26 @@ namespace {
 
 ST_DAB_PCH_LIST_ITEM presetRecord(uint8_t labelValid, uint32_t bandCode, uint8_t pchNum,
                                   uint8_t nm, const char* label = "", uint32_t encode = 1) {
-    ST_DAB_PCH_LIST_ITEM rec;
-    memset(&rec, 0, sizeof(rec));
-    rec.labelValid = labelValid;
-    rec.band = bandCode;
-    rec.pchNum = pchNum;
-    rec.nm = nm;
-    rec.labelEncode = encode;
+    ST_DAB_PCH_LIST_ITEM rec = {labelValid, {}, bandCode, pchNum, nm, {}, encode, {}};
     strncpy(rec.label, label, sizeof(rec.label));
     return rec;
 }
 
 ST_DAB_SVC_LIST_DATA listRecord(uint8_t all, uint8_t pos, const char* label) {
-    ST_DAB_SVC_LIST_DATA rec;
-    memset(&rec, 0, sizeof(rec));
-    rec.valid = 1;
-    rec.curnum_all = all;
-    rec.curnum_pos = pos;
-    rec.NM = 20;
-    rec.eid = 0xE123;
-    rec.sid = 0x1234ABCD;
-    rec.scid = 0x1F07;
-    rec.codeTyped = 1;
+    ST_DAB_SVC_LIST_DATA rec = {1, all, pos, 0, 0, 20, {}, 0xE123, 0x1234ABCD, 0x1F07, 1, {}};
     strncpy(rec.label, label, sizeof(rec.label));
     return rec;
 }
 
 std::string labelOf(const char (&label)[16]) { return std::string(label, strnlen(label, 16)); }
+
+// label/band/item_index/NM/labelAvail/charCode
+std::string describe(const PRESET_LIST_ITEM& p) {
+    char out[64];
+    snprintf(out, sizeof(out), "/%d/%d/%d/%d/%d", p.band, p.item_index, p.NM, p.labelAvail,
+             p.charCode);
+    return labelOf(p.label) + out;
+}
 
 using Published = std::vector<std::pair<std::string, int>>;
 
@@ -126,39 +121,30 @@ TEST_F(ListDispatchTest, PresetItemLogsItsFieldsAndForwardsBandAndZeroBasedIndex
           "preset item update band=3,index=5"}) {
         EXPECT_TRUE(mLog->contains(line)) << line;
     }
-    PRESET_LIST_ITEM p = cachedPreset(3, 5);
-    EXPECT_EQ("Radio Five", labelOf(p.label));
-    EXPECT_EQ(3, p.band);
-    EXPECT_EQ(5, p.item_index);
-    EXPECT_EQ(0x2A, p.NM);
-    EXPECT_EQ(1, p.labelAvail);
-    EXPECT_EQ(8, p.charCode);
+    EXPECT_EQ("Radio Five/3/5/42/1/8", describe(cachedPreset(3, 5)));
     EXPECT_EQ(1, peer().presetReceived(3, 5));
-}
 
-TEST_F(ListDispatchTest, PresetLabelIsKeptOnlyWhenMarkedValidWithOne) {
-    peer().flagReqPrestListSourceOn() = 0;
+    // Band code 3 is the tuner's current band.
+    mClient->clear();
+    mTuner->setGetter("getBand", 2);
+    deliverPreset(presetRecord(1, 3, 4, 30, "Current"));
+    EXPECT_EQ(std::vector<std::string>{"15:2:3"}, mClient->summary());
+    EXPECT_EQ("Current/2/4/30/1/1", describe(cachedPreset(2, 4)));
+
+    // The label is kept only when marked valid with 1; its line is written for any non-zero
+    // valid byte.
     deliverPreset(presetRecord(2, 0, 1, 20, "Odd"));
     deliverPreset(presetRecord(0, 0, 2, 21, "Hidden"));
-    EXPECT_EQ("", labelOf(cachedPreset(1, 1).label));
-    EXPECT_EQ(2, cachedPreset(1, 1).labelAvail);
-    EXPECT_EQ("", labelOf(cachedPreset(1, 2).label));
-    // The label line is written for any non-zero valid byte, never for zero.
+    EXPECT_EQ("/1/1/20/2/1", describe(cachedPreset(1, 1)));
+    EXPECT_EQ("/1/2/21/0/1", describe(cachedPreset(1, 2)));
     EXPECT_TRUE(mLog->contains("preset item label=Odd"));
     EXPECT_FALSE(mLog->contains("preset item label=Hidden"));
 }
 
-TEST_F(ListDispatchTest, BandCodeThreeTakesTheTunersCurrentBand) {
-    mTuner->setGetter("getBand", 2);
-    peer().flagReqPrestListSourceOn() = 0;
-    deliverPreset(presetRecord(1, 3, 4, 30, "Current"));
-    EXPECT_EQ(std::vector<std::string>{"15:2:3"}, mClient->summary());
-    EXPECT_EQ(2, cachedPreset(2, 4).band);
-    EXPECT_EQ("Current", labelOf(cachedPreset(2, 4).label));
-}
-
 TEST_F(ListDispatchTest, SixItemsInAnyOrderCompleteABandAndASeventhStartsANewSet) {
     peer().flagReqPrestListSourceOn() = 0;
+    deliverPreset(presetRecord(1, 2, 1, 20, "B3"));  // band 3 stays incomplete
+    mClient->clear();
     const int order[] = {4, 1, 6, 2, 5};
     for (int preset : order) deliverPreset(presetRecord(1, 1, preset, 20 + preset, "P"));
     EXPECT_EQ(1, peer().presetListNotCached()[1]);
@@ -179,18 +165,11 @@ TEST_F(ListDispatchTest, SixItemsInAnyOrderCompleteABandAndASeventhStartsANewSet
     EXPECT_EQ(1, peer().presetReceived(2, 3));
     EXPECT_EQ(0, peer().presetListNotCached()[1]);
     EXPECT_EQ(40, cachedPreset(2, 3).NM);
-}
-
-TEST_F(ListDispatchTest, IncompleteBandKeepsItsMarkersWhileOtherBandsComplete) {
-    peer().flagReqPrestListSourceOn() = 0;
-    deliverPreset(presetRecord(1, 2, 1, 20, "B3"));
-    for (int preset = 1; preset <= 6; ++preset) deliverPreset(presetRecord(1, 0, preset, 20, "B1"));
-    EXPECT_EQ(0, peer().presetListNotCached()[0]);
     EXPECT_EQ(1, peer().presetListNotCached()[2]);
     EXPECT_EQ(1, peer().presetReceived(3, 1));
 }
 
-TEST_F(ListDispatchTest, SourceOnPathWithoutWorkerDoesNotCountBands) {
+TEST_F(ListDispatchTest, SourceOnPathAndUpdateRequestWithoutWorkerOnlyCacheAndForward) {
     peer().flagReqPrestListSourceOn() = 1;
     peer().presetListNotifyCount() = 0;
     for (uint32_t code = 0; code < 3; ++code) {
@@ -204,9 +183,10 @@ TEST_F(ListDispatchTest, SourceOnPathWithoutWorkerDoesNotCountBands) {
     EXPECT_EQ(DAB_SERVER_IS_NOT_IN_PRESET_UPDOWN, peer().isInSourceOnDelay());
     for (int band = 0; band < 3; ++band) EXPECT_EQ(0, peer().presetListNotCached()[band]);
     EXPECT_EQ(18, mClient->count(DAB_SERVER_NOTIFY_PRESET_ITEM_UPDATE));
-}
 
-TEST_F(ListDispatchTest, PresetListUpdateRequestWithoutWorkerOnlyLogs) {
+    // The tuner's request to read the lists again only logs.
+    mLog->clear();
+    mClient->clear();
     peer().handlePresetListUpdateReq();
     EXPECT_TRUE(mLog->contains("mpListProcessThread is NULL!"));
     EXPECT_FALSE(mLog->contains("DABPlayer received DAB_SERVER_NOTIFY_PRESETLIST_ITEM_UPDATE_REQ"));
@@ -233,13 +213,10 @@ TEST_F(ListDispatchTest, FirstItemAnnouncesTheSizeThenEveryItemIsCachedAndAnnoun
     COMP_LIST_ITEM item;
     memset(&item, 0xAA, sizeof(item));
     ASSERT_EQ(0, peer().cache().getCachedServiceItem(DAB_SERVER_SERVICE_ITEM_COMP, 2, &item));
-    EXPECT_EQ("Second", labelOf(item.label));
-    EXPECT_EQ(2, item.index);
-    EXPECT_EQ(20, item.NM);
-    EXPECT_EQ(0xE123, item.eid);
-    EXPECT_EQ(0x1234ABCDu, item.sid);
-    EXPECT_EQ(0x07, item.scid);  // only the low byte of the tuner's scid
-    EXPECT_EQ(1, item.codeTyped);
+    // Only the low byte of the tuner's scid is kept.
+    EXPECT_EQ(std::make_tuple(std::string("Second"), 2, 20, 0xE123, 0x1234ABCDu, 0x07, 1),
+              std::make_tuple(labelOf(item.label), item.index, int{item.NM}, int{item.eid}, item.sid,
+                              int{item.scid}, item.codeTyped));
 }
 
 TEST_F(ListDispatchTest, EachKindAnnouncesWithItsOwnIdsAndCachesInItsOwnList) {
@@ -286,7 +263,7 @@ TEST_F(ListDispatchTest, EachKindAnnouncesWithItsOwnIdsAndCachesInItsOwnList) {
     EXPECT_EQ(0, peer().cache().getServiceListCount());
 }
 
-TEST_F(ListDispatchTest, EmptyListAnnouncesSizeZeroAndCachesNothing) {
+TEST_F(ListDispatchTest, EmptyListsPositionZeroAndStrayItemsAreNotAnnounced) {
     peer().listCountState() = 1;
     deliverListItem(35, listRecord(0, 0, ""));
     EXPECT_EQ(std::vector<std::string>{"34:0:0"}, mClient->summary());
@@ -295,33 +272,25 @@ TEST_F(ListDispatchTest, EmptyListAnnouncesSizeZeroAndCachesNothing) {
     // The size stays 0 for later items of the same list, too.
     deliverListItem(35, listRecord(0, 1, "Late"));
     EXPECT_EQ(1, peer().cache().getCachedEnsembleItem(1, &e));
-    EXPECT_EQ(1u, mClient->notes().size());
-}
 
-TEST_F(ListDispatchTest, ItemAtPositionZeroIsCachedButNotAnnounced) {
-    peer().cache().setCurrentCachedServiceItemType(DAB_SERVER_SERVICE_ITEM_COMP);
-    peer().listCountState() = 1;
-    deliverListItem(23, listRecord(2, 1, "One"));
-    deliverListItem(23, listRecord(2, 0, "Nowhere"));
-    EXPECT_EQ((std::vector<std::string>{"16:2:0", "17:0:0"}), mClient->summary());
-    COMP_LIST_ITEM c;
-    memset(&c, 0, sizeof(c));
-    ASSERT_EQ(0, peer().cache().getCachedServiceItem(DAB_SERVER_SERVICE_ITEM_COMP, 0, &c));
-    EXPECT_EQ("Nowhere", labelOf(c.label));
-}
-
-TEST_F(ListDispatchTest, IdTwentyThreeIsDroppedUnlessTheCacheBrowsesServicesOrASearch) {
-    // No list browsed yet.
-    peer().listCountState() = 1;
-    deliverListItem(23, listRecord(2, 1, "Stray"));
-    // Another kind being browsed.
+    // Id 23 is dropped unless the cache browses services or a search.
+    mClient->clear();
     peer().cache().setCurrentCachedServiceItemType(DAB_SERVER_SERVICE_ITEM_PTY_POPULAR);
+    peer().listCountState() = 1;
     deliverListItem(23, listRecord(2, 1, "Stray"));
     EXPECT_TRUE(mClient->notes().empty());
     EXPECT_EQ(1, peer().listCountState());
     COMP_LIST_ITEM c;
     EXPECT_EQ(1, peer().cache().getCachedServiceItem(DAB_SERVER_SERVICE_ITEM_COMP, 1, &c));
     EXPECT_EQ(1, peer().cache().getCachedServiceItem(DAB_SERVER_SERVICE_ITEM_PTY_POPULAR, 1, &c));
+
+    // An item at position 0 is cached but not announced.
+    peer().cache().setCurrentCachedServiceItemType(DAB_SERVER_SERVICE_ITEM_COMP);
+    deliverListItem(23, listRecord(2, 1, "One"));
+    deliverListItem(23, listRecord(2, 0, "Nowhere"));
+    EXPECT_EQ((std::vector<std::string>{"16:2:0", "17:0:0"}), mClient->summary());
+    ASSERT_EQ(0, peer().cache().getCachedServiceItem(DAB_SERVER_SERVICE_ITEM_COMP, 0, &c));
+    EXPECT_EQ("Nowhere", labelOf(c.label));
 }
 
 // ---- Alphabetical search results ----
@@ -377,34 +346,37 @@ protected:
     Published published() { return mMediaData->published(); }
 };
 
-TEST_F(ErrorLevelTest, ErrorLevelsArePublishedNeverLoweringAPublishedOne) {
-    mTuner->setGetter("getComponentNum", 3);
-    mTuner->setGetter("getComponentTotal", 7);
-
-    peer().handleErrorInfo(1);
-    EXPECT_EQ((Published{{"DABError", 2}}), published());
-    EXPECT_EQ(2, peer().errorCurPublished());
-    EXPECT_EQ((std::vector<std::string>{"47:1:0", "38:1:0"}), mClient->summary());
-
-    mClient->clear();
+// The errors replay covers the forwarded notifications and the common sequence of levels.
+TEST_F(ErrorLevelTest, HigherLevelsReplaceLowerOnesAndOnlyAntennaRecoveryFreesTheFaultLevel) {
     peer().handleErrorInfo(2);
-    EXPECT_EQ(1u, published().size());
-    EXPECT_EQ(2, peer().errorCurPublished());
-    EXPECT_EQ((std::vector<std::string>{"47:2:0", "38:2:0"}), mClient->summary());
-
-    mClient->clear();
+    peer().handleErrorInfo(1);
+    peer().handleErrorInfo(2);
+    EXPECT_EQ((Published{{"DABError", 1}, {"DABError", 2}}), published());
     peer().handleErrorInfo(0);
     EXPECT_EQ(0, peer().errorCurPublished());
-    EXPECT_EQ(1u, published().size());
-    EXPECT_EQ((std::vector<std::string>{"47:0:0", "12:3:0", "11:7:0", "38:0:0"}),
-              mClient->summary());
     EXPECT_TRUE(mLog->contains("mCurrentErrorType =0,errorCurPublished=0"));
 
+    // Forwarded as fault (1) or normal (2); faults publish level 3 every time.
+    const std::pair<int, int> cases[] = {{0, 2}, {1, 2}, {2, 2}, {3, 1}, {5, 1}, {6, 2}};
+    for (const auto& c : cases) {
+        mClient->clear();
+        peer().handleAntStatus(c.first);
+        EXPECT_EQ(std::vector<std::string>{"45:" + std::to_string(c.second) + ":0"},
+                  mClient->summary())
+                << "status " << c.first;
+    }
+    EXPECT_EQ(4u, published().size());
+    peer().handleAntStatus(3);
+    peer().handleAntStatus(0);
+    EXPECT_EQ(3, peer().errorCurPublished());
+    EXPECT_EQ(0, peer().currentAntStatus());
+    peer().handleAntStatus(1);
+    EXPECT_EQ(0, peer().errorCurPublished());
+    EXPECT_TRUE(mLog->contains("mCurrentAntStatus =1,errorCurPublished=0"));
+    // A recovery frees only the antenna level.
     peer().handleErrorInfo(2);
-    EXPECT_EQ((Published{{"DABError", 2}, {"DABError", 1}}), published());
+    peer().handleAntStatus(2);
     EXPECT_EQ(1, peer().errorCurPublished());
-    peer().handleErrorInfo(1);  // a higher level replaces a lower one
-    EXPECT_EQ((Published{{"DABError", 2}, {"DABError", 1}, {"DABError", 2}}), published());
 }
 
 TEST_F(ErrorLevelTest, ErrorFallsBackToTheChannelLabelAndBusyOrFmLinkChangeWhatIsForwarded) {
@@ -433,47 +405,6 @@ TEST_F(ErrorLevelTest, ErrorFallsBackToTheChannelLabelAndBusyOrFmLinkChangeWhatI
     EXPECT_EQ((std::vector<std::string>{"47:1:0", "12:0:0", "11:0:0", "38:1:0"}),
               mClient->summary());
     EXPECT_TRUE(mLog->contains("2 == mCurrentFmLink"));
-}
-
-TEST_F(ErrorLevelTest, AntennaFaultPublishesLevelThreeEveryTimeAndRecoveryOnlyFreesIt) {
-    peer().handleAntStatus(4);
-    peer().handleAntStatus(4);
-    EXPECT_EQ((Published{{"DABError", 3}, {"DABError", 3}}), published());
-    EXPECT_EQ(3, peer().errorCurPublished());
-    EXPECT_EQ(4, peer().currentAntStatus());
-
-    // The antenna fault holds the highest level: reception errors do not replace it.
-    peer().handleErrorInfo(1);
-    EXPECT_EQ(2u, published().size());
-
-    peer().handleAntStatus(1);
-    EXPECT_EQ(0, peer().errorCurPublished());
-    EXPECT_EQ(2u, published().size());
-    EXPECT_TRUE(mLog->contains("mCurrentAntStatus =1,errorCurPublished=0"));
-
-    peer().handleErrorInfo(1);
-    EXPECT_EQ((Published{{"DABError", 3}, {"DABError", 3}, {"DABError", 2}}), published());
-    EXPECT_EQ(3, mClient->count(DAB_SERVER_NOTIFY_ANT_STATUS_CHANGED));
-}
-
-TEST_F(ErrorLevelTest, AntennaStatusIsForwardedAsFaultOrNormalAndOnlyNormalFreesItsLevel) {
-    const std::pair<int, int> cases[] = {{0, 2}, {1, 2}, {2, 2}, {3, 1}, {5, 1}, {6, 2}};
-    for (const auto& c : cases) {
-        mClient->clear();
-        peer().handleAntStatus(c.first);
-        EXPECT_EQ(std::vector<std::string>{"45:" + std::to_string(c.second) + ":0"},
-                  mClient->summary())
-                << "status " << c.first;
-    }
-    peer().handleAntStatus(3);
-    peer().handleAntStatus(0);
-    EXPECT_EQ(3, peer().errorCurPublished());
-    peer().handleAntStatus(2);
-    EXPECT_EQ(0, peer().errorCurPublished());
-    // A recovery frees only the antenna level.
-    peer().handleErrorInfo(2);
-    peer().handleAntStatus(2);
-    EXPECT_EQ(1, peer().errorCurPublished());
 }
 
 TEST_F(ListDispatchTest, WithoutMediaDataClientNothingIsPublishedAndTheLevelStays) {

@@ -11,7 +11,6 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -22,27 +21,15 @@ using media_lib_dab::ST_DAB_SVC_LIST_DATA;
 namespace {
 
 COMP_LIST_ITEM compItem(int index, const char* label, int codeTyped = 1) {
-    COMP_LIST_ITEM c;
-    memset(&c, 0, sizeof(c));
-    // Labels fill 16 bytes without a terminator.
-    memcpy(c.label, label, std::min(strlen(label), sizeof(c.label)));
-    c.index = index;
-    c.NM = static_cast<uint8_t>(20 + index);
-    c.eid = static_cast<uint16_t>(0xE000 + index);
-    c.sid = 0x10000u + static_cast<uint32_t>(index);
-    c.scid = static_cast<uint8_t>(index);
-    c.codeTyped = codeTyped;
+    COMP_LIST_ITEM c = {{}, index, static_cast<uint8_t>(20 + index), static_cast<uint16_t>(0xE000 + index),
+                        0x10000u + static_cast<uint32_t>(index), static_cast<uint8_t>(index), codeTyped};
+    memcpy(c.label, label, std::min(strlen(label), sizeof(c.label)));  // 16 bytes, no terminator
     return c;
 }
 
 ENSEMBLE_LIST_ITEM ensembleItem(int index, const char* label, uint16_t eid) {
-    ENSEMBLE_LIST_ITEM e;
-    memset(&e, 0, sizeof(e));
+    ENSEMBLE_LIST_ITEM e = {{}, index, 30, eid, 8};
     strncpy(e.label, label, sizeof(e.label));
-    e.index = index;
-    e.NM = 30;
-    e.eid = eid;
-    e.codeTyped = 8;
     return e;
 }
 
@@ -60,21 +47,16 @@ bool anyLineContains(const HostLog::Capture& log, const std::string& text) {
     return false;
 }
 
-// Indices in the log of the first line equal to each text, in the order given; -1 if absent.
-std::vector<int> linePositions(const HostLog::Capture& log, const std::vector<std::string>& texts) {
+// True when each text is a whole log line, each one after the one before.
+bool linesInOrder(const HostLog::Capture& log, const std::vector<std::string>& texts) {
     const std::vector<std::string> lines = log.messages();
-    std::vector<int> out;
+    auto at = lines.begin();
     for (const std::string& t : texts) {
-        int at = -1;
-        for (size_t i = 0; i < lines.size(); ++i) {
-            if (lines[i] == t) {
-                at = static_cast<int>(i);
-                break;
-            }
-        }
-        out.push_back(at);
+        at = std::find(at, lines.end(), t);
+        if (at == lines.end()) return false;
+        ++at;
     }
-    return out;
+    return true;
 }
 
 // The notes of these ids, as "msg:ext1:ext2", in arrival order.
@@ -116,14 +98,8 @@ protected:
     }
     void cachePreset(int band, int preset, int labelAvail, int nm, const char* label,
                      int charCode = 1) {
-        PRESET_LIST_ITEM p;
-        memset(&p, 0, sizeof(p));
-        strncpy(p.label, labelAvail == 1 ? label : "", sizeof(p.label));
-        p.band = band;
-        p.item_index = preset;
-        p.NM = nm;
-        p.labelAvail = labelAvail;
-        p.charCode = charCode;
+        PRESET_LIST_ITEM p = {{}, band, preset, nm, labelAvail, charCode};
+        strncpy(p.label, label, sizeof(p.label));
         peer().cache().cachePresetItem(band, &p);
     }
 };
@@ -159,7 +135,7 @@ TEST_F(ListRequestsTest, InactiveServiceRefusesEveryOperationBeforeAnyEffect) {
     EXPECT_TRUE(mLog->contains("DABPlayerService::ptyPopularListRecall,serviceIndex=0"));
 }
 
-TEST_F(ListRequestsTest, RequestPresetListChecksTheBandThenAnswersCachedBandsItself) {
+TEST_F(ListRequestsTest, PresetListRequestsChecksTheBandAnswersCachedBandsAndNeedsTheWorker) {
     EXPECT_EQ(-1, mService->requestPresetList(0));
     EXPECT_EQ(-1, mService->requestPresetList(4));
     EXPECT_TRUE(anyLineContains(*mLog, "[0x20300006][in requestPresetList band=0]"));
@@ -172,6 +148,10 @@ TEST_F(ListRequestsTest, RequestPresetListChecksTheBandThenAnswersCachedBandsIts
     // A band that is not cached needs the worker.
     EXPECT_EQ(-1, mService->requestPresetList(3));
     EXPECT_FALSE(mLog->contains("requestPresetList band3 preset list is cached"));
+
+    mLog->clear();
+    mService->sourceOnRequestPresetList();
+    EXPECT_TRUE(linesInOrder(*mLog, {"DABPlayer sourceOnRequestPresetList", "mpListProcessThread is NULL!"}));
 }
 
 TEST_F(ListRequestsTest, ListRequestsWithoutWorkerFailAfterSettingTheListAndClearingTheCache) {
@@ -195,19 +175,17 @@ TEST_F(ListRequestsTest, ListRequestsWithoutWorkerFailAfterSettingTheListAndClea
         EXPECT_EQ(DAB_SERVER_SERVICE_ITEM_PTY_NEWSINFO + index, currentType());
     }
     EXPECT_TRUE(mLog->contains("in requestPTYSecondList index=3"));
-}
 
-TEST_F(ListRequestsTest, EnsembleSecondListKeepsTheEnsembleListAndNeedsTheChosenEntry) {
-    ENSEMBLE_LIST_ITEM e = ensembleItem(1, "One", 0xE001);
+    // An ensemble's components keep the ensemble list and need the chosen entry.
+    e = ensembleItem(1, "One", 0xE001);
     peer().cache().cacheEnsembleItem(&e);
     e = ensembleItem(2, "Two", 0xE002);
     peer().cache().cacheEnsembleItem(&e);
     cacheServiceList(DAB_SERVER_SERVICE_ITEM_PTY_OTHERS, 2);
-
+    peer().listCountState() = 0;
     EXPECT_EQ(1, mService->requestEnsembleSecondList(3));
     EXPECT_EQ(DAB_SERVER_SERVICE_ITEM_ENSEMBLE_COMP, currentType());
     EXPECT_EQ(1, peer().listCountState());
-    COMP_LIST_ITEM c;
     EXPECT_EQ(1, peer().cache().getCachedServiceItem(DAB_SERVER_SERVICE_ITEM_PTY_OTHERS, 1, &c));
     EXPECT_EQ(0xFFFF, peer().currentEnsembleId());
     EXPECT_EQ(1, mService->requestEnsembleSecondList(-1));
@@ -395,14 +373,6 @@ TEST_F(ListRequestsTest, PresetItemShowsItsLabelOrItsChannelInTheDisplayFormatOr
     EXPECT_EQ(-1, mService->getPresetListItem(1, 0, nullptr, &code, &avail));
 }
 
-TEST_F(ListRequestsTest, SourceOnRequestWithoutWorkerOnlyLogs) {
-    mLog->clear();
-    mService->sourceOnRequestPresetList();
-    EXPECT_EQ((std::vector<int>{0, 1}),
-              linePositions(*mLog, {"DABPlayer sourceOnRequestPresetList",
-                                    "mpListProcessThread is NULL!"}));
-}
-
 // ---- With a running worker whose requests are answered at once. ----
 
 class ListRequestsWorkerTest : public ActiveServiceFixture {
@@ -444,20 +414,11 @@ TEST_F(ListRequestsWorkerTest, RequestsQueueUncachedPresetBandsAndItemOneOfEachP
 
 class ListEndToEndTest : public ServiceFixture {
 protected:
-    // What the scripted tuner answers; the hook reads it on the worker's thread.
-    struct Script {
-        std::mutex lock;
-        std::vector<ST_DAB_SVC_LIST_DATA> lists[DAB_SERVER_QUEUE_MSG_ENSEMBLE_COMP + 1];
-        std::vector<std::string> ensembleCompRequests;
-    };
-
     void SetUp() override {
         ServiceFixture::SetUp();
-        mScript = std::make_shared<Script>();
         mPlayer = connect(&mClient);
-        std::shared_ptr<Script> script = mScript;
         FakeTuner* tuner = mTuner.get();  // outlives every worker of the test
-        mTuner->setCommandHook([script, tuner](const std::string& c) { answer(*script, tuner, c); });
+        mTuner->setCommandHook([tuner](const std::string& c) { answer(tuner, c); });
     }
 
     void TearDown() override {
@@ -473,101 +434,46 @@ protected:
     }
 
     static ST_DAB_PCH_LIST_ITEM presetOf(int bandCode, int preset) {
-        ST_DAB_PCH_LIST_ITEM rec;
-        memset(&rec, 0, sizeof(rec));
-        rec.labelValid = 1;
-        rec.band = static_cast<uint32_t>(bandCode);
-        rec.pchNum = static_cast<uint8_t>(preset);
-        rec.nm = static_cast<uint8_t>(13 + bandCode * 6 + preset);
-        rec.labelEncode = 1;
+        ST_DAB_PCH_LIST_ITEM rec = {1, {}, static_cast<uint32_t>(bandCode), static_cast<uint8_t>(preset),
+                                    static_cast<uint8_t>(13 + bandCode * 6 + preset), {}, 1, {}};
         snprintf(rec.label, sizeof(rec.label), "B%d P%d", bandCode + 1, preset);
         return rec;
     }
 
-    // Answers one recorded tuner command the way the tuner would, on the caller's thread.
-    static void answer(Script& script, FakeTuner* tuner, const std::string& command) {
-        int a = 0;
-        int b = 0;
-        int c = 0;
-        if (sscanf(command.c_str(), "pchListReq(%d)", &a) == 1) {
-            for (int preset = 1; preset <= 6; ++preset) {
-                tuner->setPchItem(presetOf(a, preset));
-                tuner->notify(media_lib_dab::DAB_NOTIFY_PRESET_ITEM, 0);
-            }
-            return;
-        }
-        if (sscanf(command.c_str(), "pchMemory(%d,%d)", &a, &b) == 2) {
+    // Answers one recorded tuner command the way the tuner would, on the caller's thread:
+    // six presets per band, and every other list empty.
+    static void answer(FakeTuner* tuner, const std::string& command) {
+        LIST_QUEUE_MSG m;
+        if (command.compare(0, 10, "pchMemory(") == 0) {
             // Storing a preset makes the tuner ask for the preset lists again.
             tuner->notify(media_lib_dab::DAB_NOTIFY_PRESET_LIST_UPDATE_REQ, 0);
+        } else if (!TunerListAnswerer::toMsg(command, &m)) {
             return;
-        }
-        int type = 0;
-        if (sscanf(command.c_str(), "svcCompListItemReq(%d,%d,%d)", &a, &b, &c) == 3) {
-            type = DAB_SERVER_QUEUE_MSG_SERVICE_COMP;
-        } else if (sscanf(command.c_str(), "ptyListItemReq(%d,%d)", &a, &b) == 2) {
-            type = DAB_SERVER_QUEUE_MSG_SERVICE_COMP + b;
-        } else if (sscanf(command.c_str(), "ensembleListItemReq(%d)", &a) == 1) {
-            type = DAB_SERVER_QUEUE_MSG_ENSEMBLE;
-        } else if (sscanf(command.c_str(), "ensembleCompListItemReq(%d,%d)", &a, &b) == 2) {
-            type = DAB_SERVER_QUEUE_MSG_ENSEMBLE_COMP;
-        } else {
-            return;
-        }
-        ST_DAB_SVC_LIST_DATA rec;
-        memset(&rec, 0, sizeof(rec));
-        {
-            std::lock_guard<std::mutex> lock(script.lock);
-            const std::vector<ST_DAB_SVC_LIST_DATA>& list = script.lists[type];
-            if (a >= 1 && a <= static_cast<int>(list.size())) {
-                rec = list[a - 1];
-                rec.curnum_all = static_cast<uint8_t>(list.size());
-                rec.curnum_pos = static_cast<uint8_t>(a);
+        } else if (m.msgType <= DAB_SERVER_QUEUE_MSG_PRESET_LIST_CURRENT) {
+            for (int preset = 1; preset <= 6; ++preset) {
+                tuner->setPchItem(presetOf(m.msgType - 1, preset));
+                tuner->notify(media_lib_dab::DAB_NOTIFY_PRESET_ITEM, 0);
             }
-            // An empty list answers with size 0 and position 0.
-        }
-        tuner->setSvcItem(rec);
-        tuner->notify(media_lib_dab::DAB_NOTIFY_SVC_LIST_ITEM, 0);
-    }
-
-    void scriptList(int msgType, int count, const char* prefix) {
-        std::lock_guard<std::mutex> lock(mScript->lock);
-        std::vector<ST_DAB_SVC_LIST_DATA>& list = mScript->lists[msgType];
-        list.clear();
-        for (int i = 1; i <= count; ++i) {
-            ST_DAB_SVC_LIST_DATA rec;
-            memset(&rec, 0, sizeof(rec));
-            rec.valid = 1;
-            rec.NM = static_cast<uint8_t>(13 + i % 60);
-            rec.eid = static_cast<uint16_t>(0xE000 + i);
-            rec.sid = 0x5000u + static_cast<uint32_t>(i);
-            rec.scid = static_cast<uint32_t>(0x100 + i);
-            rec.codeTyped = 1;
-            snprintf(rec.label, sizeof(rec.label), "%s %02d", prefix, i);
-            list.push_back(rec);
+        } else {
+            const ST_DAB_SVC_LIST_DATA empty = {};  // size 0, position 0
+            tuner->setSvcItem(empty);
+            tuner->notify(media_lib_dab::DAB_NOTIFY_SVC_LIST_ITEM, 0);
         }
     }
 
     // Activates the DAB source and waits until the three preset bands have arrived.
     void activateAndReceivePresets() {
         activate(0);
-        ASSERT_TRUE(eventually([&] { return peer().flagReqPrestListSourceOn() == 0; }, 10000));
         // The flag falls before the wait event is registered and the line is written.
         ASSERT_TRUE(eventually(
                 [&] { return mLog->contains("DABPlayer set mFlagReqPrestListSourceOn = 0"); }, 10000));
     }
 
-    std::string label16(int (IDABPlayer::*get)(int, char*, int*), int index, int* code) {
-        char label[16] = {};
-        if ((mPlayer.get()->*get)(index, label, code) != 0) return "<none>";
-        return text16(label);
-    }
-
-    std::shared_ptr<Script> mScript;
     sp<FakeClient> mClient;
     sp<IDABPlayer> mPlayer;
 };
 
-TEST_F(ListEndToEndTest, ActivationReceivesTheThreePresetBandsAndStartsTheSourceOnDelay) {
+TEST_F(ListEndToEndTest, PresetBandsArriveOnActivationAndAgainAfterAPresetIsStored) {
     activateAndReceivePresets();
     std::vector<std::string> presets = notesOf(*mClient, {DAB_SERVER_NOTIFY_PRESET_ITEM_UPDATE});
     ASSERT_EQ(18u, presets.size());
@@ -575,16 +481,15 @@ TEST_F(ListEndToEndTest, ActivationReceivesTheThreePresetBandsAndStartsTheSource
     for (size_t i = 0; i < presets.size(); ++i) {
         EXPECT_EQ(":" + std::to_string(i % 6), presets[i].substr(presets[i].find(':', 3), 2));
     }
+    EXPECT_EQ(0, peer().flagReqPrestListSourceOn());
     EXPECT_EQ(DAB_SERVER_IS_IN_PRESET_UPDOWN, peer().isInSourceOnDelay());
     EXPECT_EQ(3, peer().presetListNotifyCount());
-    EXPECT_TRUE(mLog->contains("DABPlayer set mFlagReqPrestListSourceOn = 0"));
     EXPECT_TRUE(mLog->contains(
             "DABListProcessThread::DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE requestWaitEvent "
             "msgType=17,itemIndex=0"));
     sp<DABListProcessThread> worker = peer().listWorker();
     EXPECT_TRUE(eventually([&] { return worker->currentMsg().msgType == 17; }));
     worker.clear();
-
     for (int band = 1; band <= 3; ++band) {
         EXPECT_EQ(0, peer().presetListNotCached()[band - 1]);
         EXPECT_EQ(0, mPlayer->requestPresetList(band));
@@ -602,6 +507,32 @@ TEST_F(ListEndToEndTest, ActivationReceivesTheThreePresetBandsAndStartsTheSource
         }
     }
 
+    // A stored preset ends in a preset busy period after the lists return.
+    mClient->clear();
+    mLog->clear();
+    ASSERT_EQ(0, mPlayer->presetListMemory(2, 3));
+    ASSERT_TRUE(eventually([&] {
+        return peer().isInPresetMemoryExtend() == DAB_SERVER_IS_NOT_IN_PRESET_UPDOWN &&
+               peer().isInPresetUpDown() == DAB_SERVER_IS_IN_PRESET_UPDOWN &&
+               mClient->count(DAB_SERVER_NOTIFY_PRESET_ITEM_UPDATE) == 18;
+    }));
+    EXPECT_TRUE(mLog->contains("DABPlayer received DAB_SERVER_NOTIFY_PRESETLIST_ITEM_UPDATE_REQ"));
+    EXPECT_TRUE(linesInOrder(
+            *mLog, {"DDABListProcessThread::srequestPresetListItemUpdate msg.msgType=1",
+                    "DDABListProcessThread::srequestPresetListItemUpdate msg.msgType=2",
+                    "DDABListProcessThread::srequestPresetListItemUpdate msg.msgType=3",
+                    "DABListProcessThread::DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE requestWaitEvent "
+                    "msgType=12,itemIndex=0"}));
+    // The operation announces itself with 17, and its end announces 17 again after the lists.
+    std::vector<std::string> modes = notesOf(*mClient, {15, 39});
+    auto start = std::find(modes.begin(), modes.end(), "39:17:0");
+    ASSERT_GE(modes.end() - start, 20);
+    EXPECT_EQ(18, std::count_if(start + 1, start + 19,
+                                [](const std::string& n) { return n.compare(0, 3, "15:") == 0; }));
+    EXPECT_EQ("39:17:0", *(start + 19));
+    for (int band = 0; band < 3; ++band) EXPECT_EQ(0, peer().presetListNotCached()[band]);
+    EXPECT_EQ(3, peer().presetListNotifyCount());
+
     // After the source-on phase a preset item takes the ordinary path.
     mLog->clear();
     mTuner->setPchItem(presetOf(0, 1));
@@ -609,85 +540,6 @@ TEST_F(ListEndToEndTest, ActivationReceivesTheThreePresetBandsAndStartsTheSource
     EXPECT_EQ(3, peer().presetListNotifyCount());
     EXPECT_FALSE(mLog->contains("DABPlayer set mFlagReqPrestListSourceOn = 0"));
     EXPECT_EQ(1, peer().presetReceived(1, 1));
-}
-
-TEST_F(ListEndToEndTest, ServiceComponentListOfThirtyReachesTheClientInOrder) {
-    scriptList(DAB_SERVER_QUEUE_MSG_SERVICE_COMP, 30, "Service");
-    activateAndReceivePresets();
-    mClient->clear();
-    mTuner->clearCommands();
-
-    ASSERT_EQ(0, mPlayer->requestServiceCompList());
-    ASSERT_TRUE(mClient->waitFor(
-            [](const std::vector<FakeClient::Note>& notes) {
-                int items = 0;
-                for (const FakeClient::Note& n : notes) items += n.msg == 17;
-                return items == 30;
-            },
-            std::chrono::seconds(15)));
-    std::vector<std::string> expected{"16:30:0"};
-    std::vector<std::string> requests;
-    for (int i = 0; i < 30; ++i) {
-        expected.push_back("17:" + std::to_string(i) + ":0");
-        requests.push_back("svcCompListItemReq(" + std::to_string(i + 1) + ",0,0)");
-    }
-    EXPECT_EQ(expected, notesOf(*mClient, {16, 17}));
-    EXPECT_EQ(requests, mTuner->commands());
-    EXPECT_EQ(30, peer().cache().getServiceListCount());
-
-    for (int i = 0; i < 30; ++i) {
-        int code = 0;
-        char want[17];
-        snprintf(want, sizeof(want), "Service %02d", i + 1);
-        EXPECT_EQ(want, label16(&IDABPlayer::getServiceListItem, i, &code));
-        EXPECT_EQ(10, code);
-    }
-    EXPECT_EQ("<none>", label16(&IDABPlayer::getServiceListItem, 30, nullptr));
-
-    // The complete list can be searched; the tuner's answer is the position of the match.
-    mTuner->clearCommands();
-    EXPECT_EQ(-1, mPlayer->abcSearch(18));
-    EXPECT_EQ(std::vector<std::string>{"svcListAbcSearchLabelReq(1,83,0)"}, mTuner->commands());
-    ST_DAB_SVC_LIST_DATA result;
-    memset(&result, 0, sizeof(result));
-    result.listnum_pos = 12;
-    mTuner->setSvcItem(result);
-    mTuner->notify(media_lib_dab::DAB_NOTIFY_SVC_LIST_ITEM, 0);
-    EXPECT_EQ(std::vector<std::string>{"23:11:0"}, notesOf(*mClient, {23}));
-    EXPECT_EQ("Service 12", label16(&IDABPlayer::getServiceListItem, 11, nullptr));
-}
-
-TEST_F(ListEndToEndTest, PtyListAsksForTheRemainingItemsNewestFirstAndServesThemInOrder) {
-    scriptList(DAB_SERVER_QUEUE_MSG_PTY_POPULAR, 4, "Pop");
-    activateAndReceivePresets();
-    mClient->clear();
-    mTuner->clearCommands();
-
-    ASSERT_EQ(0, mPlayer->requestPTYSecondList(1));
-    ASSERT_TRUE(mClient->waitFor(
-            [](const std::vector<FakeClient::Note>& notes) {
-                int items = 0;
-                for (const FakeClient::Note& n : notes) items += n.msg == 27;
-                return items == 4;
-            },
-            std::chrono::seconds(10)));
-    EXPECT_EQ((std::vector<std::string>{"26:4:0", "27:0:0", "27:1:0", "27:2:0", "27:3:0"}),
-              notesOf(*mClient, {26, 27}));
-    EXPECT_EQ((std::vector<std::string>{"ptyListItemReq(1,2)", "ptyListItemReq(2,2)",
-                                        "ptyListItemReq(3,2)", "ptyListItemReq(4,2)"}),
-              mTuner->commands());
-    std::vector<int> order = linePositions(
-            *mLog, {"DABListProcessThread::requestServiceListItem msgType=7,itemIndex=4",
-                    "DABListProcessThread::requestServiceListItem msgType=7,itemIndex=3",
-                    "DABListProcessThread::requestServiceListItem msgType=7,itemIndex=2"});
-    EXPECT_LT(-1, order[0]);
-    EXPECT_LT(order[0], order[1]);
-    EXPECT_LT(order[1], order[2]);
-    int code = 0;
-    EXPECT_EQ("Pop 03", label16(&IDABPlayer::getPtyPopularListItem, 2, &code));
-    // Another list's getter refuses while this one is browsed.
-    EXPECT_EQ("<none>", label16(&IDABPlayer::getPtyOthersListItem, 2, &code));
-    EXPECT_EQ(21, code);
 }
 
 TEST_F(ListEndToEndTest, EmptyEnsembleListAnnouncesZeroAndEndsTheWaitForItemOne) {
@@ -703,69 +555,6 @@ TEST_F(ListEndToEndTest, EmptyEnsembleListAnnouncesZeroAndEndsTheWaitForItemOne)
     worker.clear();
     EXPECT_EQ(std::vector<std::string>{"34:0:0"}, notesOf(*mClient, {34, 35}));
     EXPECT_EQ(std::vector<std::string>{"ensembleListItemReq(1)"}, mTuner->commands());
-    EXPECT_EQ("<none>", label16(&IDABPlayer::getEnsembleListItem, 0, nullptr));
-}
-
-TEST_F(ListEndToEndTest, ComponentsOfAnEnsembleAreListedAndRecalled) {
-    scriptList(DAB_SERVER_QUEUE_MSG_ENSEMBLE, 2, "Ens");
-    scriptList(DAB_SERVER_QUEUE_MSG_ENSEMBLE_COMP, 3, "Comp");
-    activateAndReceivePresets();
-    mClient->clear();
-
-    ASSERT_EQ(0, mPlayer->requestEnsembleList());
-    ASSERT_TRUE(mClient->waitForNote(DAB_SERVER_NOTIFY_ENSEMBLE_LIST_ITEM_UPDATE, 1));
-    EXPECT_EQ(-1, mPlayer->ensembleListRecall(0));
-
-    mTuner->clearCommands();
-    ASSERT_EQ(0, mPlayer->requestEnsembleSecondList(1));
-    ASSERT_TRUE(mClient->waitForNote(DAB_SERVER_NOTIFY_ENSEMBLE_COMP_LIST_ITEM_UPDATE, 2));
-    EXPECT_EQ((std::vector<std::string>{"32:3:0", "33:0:0", "33:1:0", "33:2:0"}),
-              notesOf(*mClient, {32, 33}));
-    // The chosen ensemble's EId goes with every request of its components.
-    EXPECT_EQ((std::vector<std::string>{"ensembleCompListItemReq(1,57346)",
-                                        "ensembleCompListItemReq(2,57346)",
-                                        "ensembleCompListItemReq(3,57346)"}),
-              mTuner->commands());
-    int code = 0;
-    EXPECT_EQ("Comp 02", label16(&IDABPlayer::getEnsembleCompListItem, 1, &code));
-    EXPECT_EQ("Ens 02", label16(&IDABPlayer::getEnsembleListItem, 1, &code));
-
-    mTuner->clearCommands();
-    EXPECT_EQ(0, mPlayer->ensembleListRecall(0));
-    // NM 14, EId 0xE001, SId 0x5001, low byte of the SCId 0x101.
-    EXPECT_EQ(std::vector<std::string>{"serviceRecall(14,57345,20481,1)"}, mTuner->commands());
-}
-
-TEST_F(ListEndToEndTest, StoredPresetEndsInAPresetBusyPeriodAfterTheListsReturn) {
-    activateAndReceivePresets();
-    mClient->clear();
-    mLog->clear();
-
-    ASSERT_EQ(0, mPlayer->presetListMemory(2, 3));
-    ASSERT_TRUE(eventually([&] {
-        return peer().isInPresetMemoryExtend() == DAB_SERVER_IS_NOT_IN_PRESET_UPDOWN &&
-               peer().isInPresetUpDown() == DAB_SERVER_IS_IN_PRESET_UPDOWN &&
-               mClient->count(DAB_SERVER_NOTIFY_PRESET_ITEM_UPDATE) == 18;
-    }));
-    EXPECT_TRUE(mLog->contains("DABPlayer received DAB_SERVER_NOTIFY_PRESETLIST_ITEM_UPDATE_REQ"));
-    std::vector<int> order = linePositions(
-            *mLog, {"DDABListProcessThread::srequestPresetListItemUpdate msg.msgType=1",
-                    "DDABListProcessThread::srequestPresetListItemUpdate msg.msgType=2",
-                    "DDABListProcessThread::srequestPresetListItemUpdate msg.msgType=3",
-                    "DABListProcessThread::DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE requestWaitEvent "
-                    "msgType=12,itemIndex=0"});
-    EXPECT_LT(-1, order[0]);
-    EXPECT_LT(order[0], order[1]);
-    EXPECT_LT(order[1], order[2]);
-    EXPECT_LT(order[2], order[3]);
-    // The operation announces itself with 17, and its end announces 17 again after the lists.
-    std::vector<std::string> modes = notesOf(*mClient, {15, 39});
-    auto start = std::find(modes.begin(), modes.end(), "39:17:0");
-    ASSERT_GE(modes.end() - start, 20);
-    EXPECT_EQ(18, std::count_if(start + 1, start + 19,
-                                [](const std::string& n) { return n.compare(0, 3, "15:") == 0; }));
-    EXPECT_EQ("39:17:0", *(start + 19));
-    // Re-reading the lists leaves them cached and the source-on phase over.
-    for (int band = 0; band < 3; ++band) EXPECT_EQ(0, peer().presetListNotCached()[band]);
-    EXPECT_EQ(3, peer().presetListNotifyCount());
+    char label[16] = {};
+    EXPECT_EQ(1, mPlayer->getEnsembleListItem(0, label, nullptr));
 }

@@ -72,62 +72,30 @@ protected:
     sp<DABListProcessThread> mWorker;
 };
 
-TEST_F(ListWorker, PresetListsQueuedWhileBusyAreServedNewestFirst) {
+TEST_F(ListWorker, PresetListsQueuedWhileBusyAreServedNewestFirstAndOnceEach) {
     holdWorker();
-    mWorker->requestPresetListItemUpdate(msgOf(DAB_SERVER_QUEUE_MSG_PRESET_LIST_BAND1));
-    mWorker->requestPresetListItemUpdate(msgOf(DAB_SERVER_QUEUE_MSG_PRESET_LIST_BAND2));
-    mWorker->requestPresetListItemUpdate(msgOf(DAB_SERVER_QUEUE_MSG_PRESET_LIST_BAND3));
+    for (int band : {1, 2, 3, 2}) mWorker->requestPresetListItemUpdate(msgOf(band));
     EXPECT_EQ(3u, mWorker->queueSize());
     EXPECT_EQ(DAB_SERVER_QUEUE_MSG_ENSEMBLE, mWorker->currentMsg().msgType);
     EXPECT_EQ(1, mWorker->currentMsg().itemIndex);
-
-    releaseWorker();
-    ASSERT_TRUE(mTuner->waitForCommand("pchListReq(0)"));
-    ASSERT_TRUE(waitIdle());
-    EXPECT_THAT(mTuner->commands(), ElementsAre("pchListReq(2)", "pchListReq(1)", "pchListReq(0)"));
-    EXPECT_TRUE(mLog->contains("DABListProcessThread::request band 3"));
-    EXPECT_TRUE(eventually([&] { return mLog->contains("DABListProcessThread finish a preset list request"); }));
-}
-
-TEST_F(ListWorker, RepeatedPresetListRequestLeavesOneQueued) {
-    holdWorker();
-    mWorker->requestPresetListItemUpdate(msgOf(DAB_SERVER_QUEUE_MSG_PRESET_LIST_BAND2));
-    mWorker->requestPresetListItemUpdate(msgOf(DAB_SERVER_QUEUE_MSG_PRESET_LIST_BAND1));
-    mWorker->requestPresetListItemUpdate(msgOf(DAB_SERVER_QUEUE_MSG_PRESET_LIST_BAND2));
-    EXPECT_EQ(2u, mWorker->queueSize());
     EXPECT_TRUE(mLog->contains("DDABListProcessThread::srequestPresetListItemUpdate msg.msgType=2"));
     EXPECT_EQ(2, mLog->count("insert new item 2 to queue success"));
 
     releaseWorker();
     ASSERT_TRUE(mTuner->waitForCommand("pchListReq(0)"));
     ASSERT_TRUE(waitIdle());
-    EXPECT_THAT(mTuner->commands(), ElementsAre("pchListReq(1)", "pchListReq(0)"));
+    EXPECT_THAT(mTuner->commands(), ElementsAre("pchListReq(1)", "pchListReq(2)", "pchListReq(0)"));
+    EXPECT_TRUE(mLog->contains("DABListProcessThread::request band 3"));
+    EXPECT_TRUE(eventually([&] { return mLog->contains("DABListProcessThread finish a preset list request"); }));
 }
 
-TEST_F(ListWorker, ServiceListItemOneDropsQueuedItemsOfItsType) {
-    holdWorker();
-    for (int index = 9; index >= 2; --index) {
-        mWorker->requestServiceListItem(msgOf(DAB_SERVER_QUEUE_MSG_SERVICE_COMP, index));
-    }
-    mWorker->requestServiceListItem(msgOf(DAB_SERVER_QUEUE_MSG_PTY_POPULAR, 3));
-    EXPECT_EQ(9u, mWorker->queueSize());
-    mWorker->requestServiceListItem(msgOf(DAB_SERVER_QUEUE_MSG_SERVICE_COMP, 1));
-    EXPECT_EQ(2u, mWorker->queueSize());
-
-    releaseWorker();
-    ASSERT_TRUE(mTuner->waitForCommand("ptyListItemReq(3,2)"));
-    ASSERT_TRUE(waitIdle());
-    EXPECT_THAT(mTuner->commands(), ElementsAre("svcCompListItemReq(1,0,0)", "ptyListItemReq(3,2)"));
-}
-
-TEST_F(ListWorker, ServiceListItemOtherThanOneKeepsQueuedItemsAndGoesFirst) {
+TEST_F(ListWorker, ServiceListItemGoesFirstAndItemOneDropsQueuedItemsOfItsType) {
     holdWorker();
     for (int index = 9; index >= 2; --index) {
         mWorker->requestServiceListItem(msgOf(DAB_SERVER_QUEUE_MSG_SERVICE_COMP, index));
     }
     mWorker->requestServiceListItem(msgOf(DAB_SERVER_QUEUE_MSG_SERVICE_COMP, 4));
     EXPECT_EQ(9u, mWorker->queueSize());
-
     releaseWorker();
     ASSERT_TRUE(mTuner->waitForCommand("svcCompListItemReq(9,0,0)"));
     ASSERT_TRUE(waitIdle());
@@ -136,6 +104,18 @@ TEST_F(ListWorker, ServiceListItemOtherThanOneKeepsQueuedItemsAndGoesFirst) {
     EXPECT_EQ("svcCompListItemReq(4,0,0)", commands[0]);
     EXPECT_EQ("svcCompListItemReq(2,0,0)", commands[1]);
     EXPECT_EQ("svcCompListItemReq(9,0,0)", commands[8]);
+
+    holdWorker();
+    for (int index = 9; index >= 2; --index) {
+        mWorker->requestServiceListItem(msgOf(DAB_SERVER_QUEUE_MSG_SERVICE_COMP, index));
+    }
+    mWorker->requestServiceListItem(msgOf(DAB_SERVER_QUEUE_MSG_PTY_POPULAR, 3));
+    mWorker->requestServiceListItem(msgOf(DAB_SERVER_QUEUE_MSG_SERVICE_COMP, 1));
+    EXPECT_EQ(2u, mWorker->queueSize());
+    releaseWorker();
+    ASSERT_TRUE(mTuner->waitForCommand("ptyListItemReq(3,2)"));
+    ASSERT_TRUE(waitIdle());
+    EXPECT_THAT(mTuner->commands(), ElementsAre("svcCompListItemReq(1,0,0)", "ptyListItemReq(3,2)"));
 }
 
 TEST_F(ListWorker, ItemsQueuedFromNDownToTwoReachTheTunerAscending) {
@@ -238,12 +218,11 @@ TEST_F(ListWorker, WaitEventEndedByItsOwnMessageIsNotTimedOut) {
     EXPECT_TRUE(mTuner->commands().empty());
 }
 
-TEST_F(ListWorker, ExitRequestedWhileHoldingEndsAfterThatWaitWithoutTakingMore) {
+TEST_F(ListWorker, ExitMessageGoesInFrontAndEndsTheWorkerAfterTheHeldWait) {
     holdWorker();
     mWorker->requestPresetListItemUpdate(msgOf(DAB_SERVER_QUEUE_MSG_PRESET_LIST_BAND1));
     mWorker->requestServiceListItem(msgOf(DAB_SERVER_QUEUE_MSG_SERVICE_COMP, 1));
-    mWorker->requestExit();
-    mWorker->pushExitMsg();
+    mWorker->pushExitMsg();  // no exit request: only the message stops it
     EXPECT_EQ(3u, mWorker->queueSize());
     EXPECT_TRUE(mLog->contains("DABListProcessThread::pushExitMsg"));
     EXPECT_TRUE(mWorker->isRunning());
@@ -252,20 +231,8 @@ TEST_F(ListWorker, ExitRequestedWhileHoldingEndsAfterThatWaitWithoutTakingMore) 
     ASSERT_TRUE(eventually([&] { return !mWorker->isRunning(); }));
     mWorker->join();
     EXPECT_TRUE(mTuner->commands().empty());
-    EXPECT_TRUE(mLog->contains("DABListProcessThread finish a preset list request"));
-}
-
-TEST_F(ListWorker, ExitMessageGoesInFrontOfQueuedMessages) {
-    holdWorker();
-    mWorker->requestPresetListItemUpdate(msgOf(DAB_SERVER_QUEUE_MSG_PRESET_LIST_BAND1));
-    mWorker->requestPresetListItemUpdate(msgOf(DAB_SERVER_QUEUE_MSG_PRESET_LIST_BAND2));
-    mWorker->pushExitMsg();  // no exit request: only the message stops it
-
-    releaseWorker();
-    ASSERT_TRUE(eventually([&] { return !mWorker->isRunning(); }));
-    mWorker->join();
-    EXPECT_TRUE(mTuner->commands().empty());
     EXPECT_TRUE(mLog->contains("DABListProcessThread::request DAB_SERVER_QUEUE_MSG_EXIT"));
+    EXPECT_TRUE(mLog->contains("DABListProcessThread finish a preset list request"));
 }
 
 TEST_F(ListWorker, RequestsFromManyThreadsAreAllServed) {
@@ -294,11 +261,11 @@ protected:
     static double secondsSince(Clock::time_point t) {
         return std::chrono::duration<double>(Clock::now() - t).count();
     }
-    int timeOutNotes() { return countNote(DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE, 5); }
-    int countNote(int msg, int ext1) {
+    // Logic-mode notes of the wait-event time-out (mode 5).
+    int timeOutNotes() {
         int n = 0;
         for (const FakeClient::Note& note : mCallback->notes()) {
-            if (note.msg == msg && note.ext1 == ext1) ++n;
+            n += note.msg == DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE && note.ext1 == 5 ? 1 : 0;
         }
         return n;
     }

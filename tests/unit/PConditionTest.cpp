@@ -39,25 +39,17 @@ TEST(PConditionDeadline, MicrosecondsCarryIntoSecondsAtOneBillionNanoseconds) {
     }
 }
 
-TEST(PConditionWait, FlagModeRemembersASignalBeforeTheWaitAndCollapsesRepeats) {
-    PCondition cond(false);
-    cond.signal();
-    cond.signal();
-    Clock::time_point start = Clock::now();
-    EXPECT_EQ(0, cond.wait(2000000));
-    EXPECT_LT(secondsSince(start), 1.0);
-    EXPECT_EQ(1, cond.wait(50000));
-}
-
-TEST(PConditionWait, CountingModeCountsEverySignal) {
-    PCondition cond(true);
-    cond.signal();
-    cond.signal();
-    Clock::time_point start = Clock::now();
-    EXPECT_EQ(0, cond.wait(2000000));
-    EXPECT_EQ(0, cond.wait(2000000));
-    EXPECT_LT(secondsSince(start), 1.0);
-    EXPECT_EQ(1, cond.wait(20000));
+TEST(PConditionWait, SignalsBeforeTheWaitAreRememberedOnceOrCountedEach) {
+    for (bool counting : {false, true}) {
+        PCondition cond(counting);
+        cond.signal();
+        cond.signal();
+        Clock::time_point start = Clock::now();
+        EXPECT_EQ(0, cond.wait(2000000)) << counting;
+        EXPECT_EQ(counting ? 0 : 1, cond.wait(counting ? 2000000 : 50000)) << counting;
+        EXPECT_LT(secondsSince(start), 1.0);
+        EXPECT_EQ(1, cond.wait(20000)) << counting;
+    }
 }
 
 TEST(PConditionWait, TimeOutReturnsOneAfterTheTimeoutAndLeavesNoSignal) {
@@ -75,21 +67,17 @@ TEST(PConditionWait, TimeOutReturnsOneAfterTheTimeoutAndLeavesNoSignal) {
     }
 }
 
-TEST(PConditionWait, SignalFromAnotherThreadEndsAWaitEarly) {
-    PCondition cond(false);
+TEST(PConditionWait, SignalsOfAnotherThreadEndWaitsEarlyEachExactlyOnceWhenCounting) {
+    PCondition flag(false);
     Clock::time_point start = Clock::now();
-    std::thread signaller([&] {
+    std::thread late([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        cond.signal();
+        flag.signal();
     });
-    int result = cond.wait(5000000);
-    double waited = secondsSince(start);
-    signaller.join();
-    EXPECT_EQ(0, result);
-    EXPECT_LT(waited, 4.0);
-}
+    EXPECT_EQ(0, flag.wait(5000000));
+    EXPECT_LT(secondsSince(start), 4.0);
+    late.join();
 
-TEST(PConditionWait, EverySignalOfAnotherThreadIsConsumedExactlyOnceInCountingMode) {
     PCondition cond(true);
     constexpr int kSignals = 200;
     std::thread signaller([&] {

@@ -34,7 +34,7 @@ TEST(ParcelTest, ValuesReadBackInWriteOrder) {
     EXPECT_EQ(0u, p.dataAvail());
 }
 
-TEST(ParcelTest, ReadsPastTheEndFailWithoutTouchingMemory) {
+TEST(ParcelTest, ReadsPastTheEndOrLengthsBeyondTheDataFailWithoutTouchingMemory) {
     Parcel p;
     p.writeInt32(1);
     p.setDataPosition(0);
@@ -46,10 +46,9 @@ TEST(ParcelTest, ReadsPastTheEndFailWithoutTouchingMemory) {
     EXPECT_EQ(0u, p.readString8().length());
     char buf[16];
     EXPECT_EQ(NOT_ENOUGH_DATA, p.read(buf, sizeof(buf)));
-}
 
-TEST(ParcelTest, LengthFieldsBeyondTheDataAreRefused) {
-    Parcel p;
+    // Length fields beyond the data are refused.
+    p.setDataPosition(0);
     p.writeInt32(0x7fffffff);  // a string length no parcel can hold
     p.setDataPosition(0);
     EXPECT_EQ(0u, p.readString8().length());
@@ -73,10 +72,7 @@ TEST(ParcelTest, StrongBindersTravelByIndexAndBadIndicesAreRefused) {
     sp<IBinder> bad;
     EXPECT_EQ(BAD_VALUE, p.readStrongBinder(&bad));
     EXPECT_EQ(1u, HostParcel::objects(p).size());
-}
-
-TEST(ParcelTest, UnknownTransactionOnAPlainBinderIsReported) {
-    sp<IBinder> local = new BBinder();
+    // A plain binder reports an unknown transaction.
     Parcel data, reply;
     EXPECT_EQ(UNKNOWN_TRANSACTION, local->transact(IBinder::FIRST_CALL_TRANSACTION, data, &reply));
     EXPECT_EQ(NO_ERROR, local->pingBinder());

@@ -1,5 +1,6 @@
 // The service's state dump, in-process: every section in a known state, and the options.
 #include "Eventually.h"
+#include "HostMutex.h"
 #include "ServiceFixture.h"
 
 #include <nlohmann/json.hpp>
@@ -10,7 +11,6 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstring>
-#include <mutex>
 #include <thread>
 
 using namespace android;
@@ -23,26 +23,28 @@ namespace {
 class StuckClient : public BnDABPlayerClient {
 public:
     void notify(int, int, int, const Parcel*) override {
-        std::unique_lock<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         mEntered = true;
         mChanged.notify_all();
-        mChanged.wait(lock, [this] { return mReleased; });
+        while (!mReleased) mChanged.wait(lock.native());
     }
     bool waitEntered() {
-        std::unique_lock<std::mutex> lock(mLock);
-        return mChanged.wait_for(lock, 5s, [this] { return mEntered; });
+        HostMutex::Autolock lock(mLock);
+        const auto until = std::chrono::steady_clock::now() + 5s;
+        while (!mEntered && mChanged.wait_until(lock.native(), until) == std::cv_status::no_timeout) {}
+        return mEntered;
     }
     void release() {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         mReleased = true;
         mChanged.notify_all();
     }
 
 private:
-    std::mutex mLock;
-    std::condition_variable mChanged;
-    bool mEntered = false;
-    bool mReleased = false;
+    HostMutex mLock;
+    std::condition_variable mChanged;  // signals changes of the flags below
+    bool mEntered GUARDED_BY(mLock) = false;
+    bool mReleased GUARDED_BY(mLock) = false;
 };
 
 }  // namespace
@@ -228,20 +230,17 @@ TEST_F(ServiceDumpTest, DumpDoesNotWaitForAClientStuckInItsCallback) {
     p.clear();
 }
 
-TEST_F(ServiceDumpTest, UnknownSectionIsRefusedWithTheKnownOnes) {
-    status_t status = NO_ERROR;
-    const std::string out = dump({"station", "nonsense"}, &status);
-    EXPECT_EQ(BAD_VALUE, status);
-    EXPECT_EQ("unknown section \"nonsense\"; known sections: lifecycle station clients worker cache "
-              "sources tuner-notifications client-notifications logic-modes\n",
-              out);
-}
-
-TEST_F(ServiceDumpTest, DumpAddsNoLogLine) {
+TEST_F(ServiceDumpTest, UnknownSectionIsRefusedWithTheKnownOnesAndNoDumpLogs) {
     // Before activation no other thread writes to the log meanwhile.
     resume();
     const size_t before = mLog->lines().size();
     dump({});
     dump({"--json"});
     EXPECT_EQ(before, mLog->lines().size());
+    status_t status = NO_ERROR;
+    const std::string out = dump({"station", "nonsense"}, &status);
+    EXPECT_EQ(BAD_VALUE, status);
+    EXPECT_EQ("unknown section \"nonsense\"; known sections: lifecycle station clients worker cache "
+              "sources tuner-notifications client-notifications logic-modes\n",
+              out);
 }
