@@ -149,14 +149,9 @@ TEST_F(PublishTest, MediaInfoRequestWhileInactivePublishesNothing) {
     EXPECT_TRUE(mMediaManager->records().empty());
 }
 
-TEST_F(PublishTest, MediaInfoRequestWhileActiveRepublishesLastLabelKindAndTextStateAndDeactivationTheUnknownSource) {
+TEST_F(PublishTest, MediaInfoRequestWhileActiveRepublishesLastLabelKindAndTextState) {
     activate(DAB_SERVER_SOURCE_DAB);
-    // Activation republishes too: no label kind yet (nothing), then the initial clear text.
-    EXPECT_EQ(std::vector<std::string>(
-                      {dabNames() + ", " + field("writeDynamicText", INFOBAR_CLEAR_STRINGCONTENT)}),
-              mMediaManager->recordTexts("dab"));
     mMediaManager->clearRecords();
-
     peer().currentInfoType() = DAB_SERVER_INFO_TYPE_SERVICE;
     peer().dynamicTextStatus() = DAB_SERVER_DYNAMIC_TEXT_PUBLISH_NO_DATA;
     mMediaManager->requestPublish("dab");
@@ -166,34 +161,4 @@ TEST_F(PublishTest, MediaInfoRequestWhileActiveRepublishesLastLabelKindAndTextSt
                       dabNames() + ", " + field("writeDynamicText", INFOBAR_NODATA_STRINGCONTENT),
               }),
               mMediaManager->recordTexts("dab"));
-
-    mMediaManager->clearRecords();
-    mService->deactivate(DAB_SERVER_SOURCE_DAB);
-    EXPECT_EQ(std::vector<std::string>({field("writeMediaSourceID", INFOBAR_SRCNAME_UNKNOWN)}),
-              mMediaManager->recordTexts("dab"));
-}
-
-TEST_F(PublishTest, TaSourceIdentityAndNamesGoThroughTheDabSource) {
-    activate(DAB_SERVER_SOURCE_TA);
-    peer().currentInfoType() = DAB_SERVER_INFO_TYPE_ENSEMBLE;
-    mMediaManager->requestPublish("tadab");
-    mService->deactivate(DAB_SERVER_SOURCE_TA);
-
-    EXPECT_EQ(std::vector<std::string>({
-                      taNames(),
-                      taNames() + ", " + field("writeDynamicText", INFOBAR_CLEAR_STRINGCONTENT),
-                      taNames() + ", " + field("writeDABLabel", "BBC National"),
-                      taNames() + ", " + field("writeDynamicText", INFOBAR_CLEAR_STRINGCONTENT),
-                      field("writeMediaSourceID", INFOBAR_SRCNAME_UNKNOWN),
-              }),
-              mMediaManager->recordTexts("dab"));
-    EXPECT_TRUE(mMediaManager->records("tadab").empty());
-    EXPECT_TRUE(mLog->contains("DABTASourceController::onReqPublishMediaInfo()"));
-}
-
-TEST_F(PublishTest, RecordsWhileTheSourceIsAbsentAreDroppedWithLog) {
-    mController->setSource(nullptr);
-    EXPECT_EQ(0, publishLabel(DAB_SERVER_INFO_TYPE_COMP));
-    EXPECT_TRUE(mLog->contains("mSource == NULL"));
-    EXPECT_TRUE(mMediaManager->records().empty());
 }

@@ -30,26 +30,6 @@ TEST_F(ServiceLifecycleTest, ConstructionAttachesAndInitialisesTheTunerCallbacks
     mService = new DABPlayerService(nullptr, nullptr);  // for TearDown
 }
 
-TEST_F(ServiceLifecycleTest, ActivationBeforeFirstResumeWaitsForTheResume) {
-    sp<FakeClient> cb;
-    sp<IDABPlayer> client = connect(&cb);
-    mTuner->setGetter("getAntStatus", 1);
-
-    EXPECT_EQ(0, mService->activate(0));
-    EXPECT_FALSE(peer().isActive());
-    EXPECT_EQ(nullptr, peer().listWorker());
-    EXPECT_TRUE(mProcess->calls().empty());
-    EXPECT_TRUE(cb->notes().empty());
-
-    resume();
-    EXPECT_TRUE(peer().isActive());
-    EXPECT_NE(nullptr, peer().listWorker());
-    EXPECT_THAT(mSysCtrl->calls(), ElementsAre("attach(13,0)", "finishResume"));
-    EXPECT_THAT(mProcess->calls(), ElementsAre("setOomAdj(5,0)"));
-    EXPECT_EQ(1, mMediaData->attachCount());
-    EXPECT_TRUE(cb->waitForNote(DAB_SERVER_NOTIFY_ANT_STATUS_CHANGED, 2));
-}
-
 TEST_F(ServiceLifecycleTest, DeactivationBeforeFirstResumeForgetsThePendingActivation) {
     EXPECT_EQ(0, mService->activate(0));
     EXPECT_EQ(0, mService->deactivate(0));

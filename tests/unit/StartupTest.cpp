@@ -175,19 +175,6 @@ TEST_F(StartupTest, RegistersBothSourcesThenPublishesTheServiceThenGoesIdle) {
     EXPECT_EQ("DABPlayerService construct", all[2]);
 }
 
-TEST_F(StartupTest, ControllersAreBoundToThePublishedService) {
-    ASSERT_EQ(0, dabplayer_service_start(false));
-    ASSERT_NE(nullptr, mServiceManager->checkService(String16("DABPlayer")));
-    mSysCtrl->resume();
-    EXPECT_EQ(1, mMediaManager->activate("tadab"));
-    EXPECT_EQ(1, mMediaManager->deactivate("tadab"));
-    EXPECT_TRUE(mLog->contains("DABTASourceController onRequestActivation, Activation result 0"));
-    EXPECT_EQ(3u, mMediaManager->records("dab").size()) << "the TA identity goes through the DAB source";
-    EXPECT_EQ(std::vector<std::string>(
-                      {"drop_privileges", "setOomAdj(5,2)", "setOomAdj(5,0)", "setOomAdj(5,2)"}),
-              mProcess->calls());
-}
-
 // A registration error is only logged; requests during registration find no service and fail.
 TEST_F(StartupTest, RegistrationErrorAndEarlyRequestsDoNotStopTheStartUp) {
     mMediaManager->setRegisterResult(-38, 2);
