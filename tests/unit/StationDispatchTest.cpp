@@ -6,7 +6,6 @@
 
 #include <chrono>
 #include <string>
-#include <thread>
 #include <vector>
 
 using namespace android;
@@ -180,51 +179,6 @@ TEST_F(StationDispatchTest, FrequencyOutsideTheTableIsDroppedAndListeningRestart
     }
     EXPECT_EQ(1, peer().currentInfoType());
     EXPECT_EQ(DAB_SERVER_DYNAMIC_TEXT_NO_DATA, peer().isDynamicTextCached());
-}
-
-// Real time: changes about 30 ms apart, then 90 ms and 310 ms after the first. Assertions that
-// depend on the gaps are made only when the measured gaps allow them.
-TEST_F(StationDispatchTest, SeekForwardsAtMostOneFrequencyPer80msAndOneLabelPer300ms) {
-    auto at = [](Clock::time_point base, long ms) {
-        std::this_thread::sleep_until(base + std::chrono::milliseconds(ms));
-    };
-    mTuner->setGetter("getLogicMode", 11);
-    Clock::time_point t0 = Clock::now();
-    mTuner->notify(kFreq, 20);
-    const Clock::time_point t1 = Clock::now();  // the service's stamps lie between t0 and t1
-    EXPECT_EQ((Strings{"2:20:0"}), mCb->summary()) << "first change of a seek goes out at once";
-    EXPECT_EQ(1, peer().currentInfoType());
-    peer().currentInfoType() = 3;  // a later label publication would set 1 again
-
-    at(t1, 30);
-    mTuner->notify(kFreq, 21);
-    at(t1, 60);
-    mTuner->notify(kFreq, 22);
-    const long thirdDone = msSince(t0);
-    const int afterThree = mCb->count(DAB_SERVER_NOTIFY_FREQ_CHANGE);
-    EXPECT_LE(afterThree, 2);
-    if (thirdDone < 78) {
-        EXPECT_EQ(1, afterThree) << "changes within 80 ms are dropped";
-    }
-
-    at(t1, 90);
-    mTuner->notify(kFreq, 23);
-    const long fourthDone = msSince(t0);
-    EXPECT_EQ(23, peer().currentBlockId());
-    if (afterThree == 1) {
-        EXPECT_TRUE(mCb->waitForNote(DAB_SERVER_NOTIFY_FREQ_CHANGE, 23, std::chrono::milliseconds(0)));
-    }
-    const bool onTime = thirdDone < 78 && fourthDone < 225;
-    if (onTime) {
-        EXPECT_EQ(3, peer().currentInfoType()) << "label not published again within 300 ms";
-    }
-
-    at(t1, 310);
-    mTuner->notify(kFreq, 24);
-    if (onTime) {
-        EXPECT_EQ(1, peer().currentInfoType()) << "label published after 300 ms";
-        EXPECT_TRUE(mCb->waitForNote(DAB_SERVER_NOTIFY_FREQ_CHANGE, 24, std::chrono::milliseconds(0)));
-    }
 }
 
 TEST_F(StationDispatchTest, LabelsAreConvertedForwardedAndClimbTowardsTheComponentAndBadOnesKeepTheStoredLabel) {
