@@ -151,9 +151,6 @@ class HeadUnit:
         except OSError:
             return {}
 
-    def call(self, op, *args):
-        return self.request('POST', '/api/call/' + op, {'args': list(args)})
-
 
 def run(main):
     """Runs main(head_unit, args) on a started head unit; prints the logs on failure."""
