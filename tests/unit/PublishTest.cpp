@@ -16,11 +16,10 @@ std::string field(const char* writer, const std::string& value) {
     return std::string(writer) + "(" + value + ")";
 }
 
-std::string names(const std::string& source, const std::string& va) {
-    return field("writeMediaSourceID", source) + ", " + field("writeSrcNameForVA", va);
+std::string dabNames() {
+    return field("writeMediaSourceID", INFOBAR_SRCNAME_DAB) + ", " +
+           field("writeSrcNameForVA", VA_SRCNAME_DIGTIAL_RADIO);
 }
-std::string dabNames() { return names(INFOBAR_SRCNAME_DAB, VA_SRCNAME_DIGTIAL_RADIO); }
-std::string taNames() { return names(INFOBAR_SRCNAME_TADAB, VA_SRCNAME_TA_INTERRUPT); }
 
 }  // namespace
 

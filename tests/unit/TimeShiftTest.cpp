@@ -15,8 +15,6 @@ using namespace android;
 
 namespace {
 
-constexpr int kUntouched = 12345;
-
 class TimeShiftTest : public ServiceFixture {
 protected:
     void activeService() {
