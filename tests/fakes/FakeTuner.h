@@ -68,7 +68,7 @@ public:
 private:
     int record(const std::string& text);
 
-    mutable HostMutex mLock;                 // guards everything below
+    mutable HostMutex mLock;                  // guards everything below
     mutable std::condition_variable mRecorded;
     std::map<std::string, int> mGetters GUARDED_BY(mLock);
     media_lib_dab::ST_DAB_TITLE_TEXT mTitles[3] GUARDED_BY(mLock);

@@ -450,7 +450,7 @@ public:
 
 private:
     const int mAckFd;       // immutable
-    HostMutex mLock;       // guards the fields below
+    HostMutex mLock;        // guards the fields below
     int32_t mExpected GUARDED_BY(mLock) = 0;
     int32_t mFaults GUARDED_BY(mLock) = 0;
 };
@@ -505,7 +505,7 @@ protected:
     }
 
 private:
-    HostMutex mLock;                       // guards mClients
+    HostMutex mLock;                        // guards mClients
     std::condition_variable mChanged;       // signalled under mLock
     std::vector<sp<IDABPlayerClient>> mClients GUARDED_BY(mLock);
 };

@@ -181,7 +181,7 @@ protected:
     }
 
 private:
-    mutable HostMutex mLock;                 // guards every field below
+    mutable HostMutex mLock;                  // guards every field below
     std::condition_variable mChanged;         // signalled under mLock
     std::vector<sp<IBinder>> mHeld GUARDED_BY(mLock);
     std::vector<sp<IBinder>> mRegistered GUARDED_BY(mLock);

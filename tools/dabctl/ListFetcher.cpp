@@ -63,7 +63,7 @@ const KindInfo& infoOf(ListKind kind) {
 struct Seen {
     HostMutex lock;
     std::condition_variable changed;
-    int size GUARDED_BY(lock) = -1;        // -1 until announced
+    int size GUARDED_BY(lock) = -1;  // -1 until announced
     std::set<int> items GUARDED_BY(lock);  // positions announced, from 0
     std::chrono::steady_clock::time_point lastItem GUARDED_BY(lock);
 };

@@ -51,7 +51,7 @@ private:
     android::sp<android::IBinder> mServiceBinder;
     const android::sp<NotificationSink> mSink;  // immutable
     std::atomic<bool> mDied;                    // any thread
-    HostMutex mDeathLock;                      // guards mOnDeath
+    HostMutex mDeathLock;                       // guards mOnDeath
     std::function<void()> mOnDeath GUARDED_BY(mDeathLock);
 };
 

@@ -42,7 +42,7 @@ private:
     // Keeps this many notifications; a waiter looks no further back.
     static constexpr size_t kMaxEntries = 4096;
 
-    mutable HostMutex mLogLock;          // guards the fields below
+    mutable HostMutex mLogLock;           // guards the fields below
     std::condition_variable mAdded;       // signalled under mLogLock
     std::deque<Entry> mEntries GUARDED_BY(mLogLock);
     uint64_t mLastSeq GUARDED_BY(mLogLock);

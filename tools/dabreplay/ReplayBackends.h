@@ -34,8 +34,8 @@ private:
     bool failsLocked(const std::map<std::string, bool>& fails, const std::string& source) const REQUIRES(mLock);
 
     ReplayTranscript* const mTranscript;  // immutable
-    HostMutex mLock;                     // guards the fields below
-    std::map<std::string, bool> mCreateFails GUARDED_BY(mLock);    // per source, "" for all
+    HostMutex mLock;                      // guards the fields below
+    std::map<std::string, bool> mCreateFails GUARDED_BY(mLock);  // per source, "" for all
     std::map<std::string, bool> mRegisterFails GUARDED_BY(mLock);
     std::map<std::string, bool> mStatusFails GUARDED_BY(mLock);
     std::map<std::string, android::sp<android::ISourceListener>> mListeners GUARDED_BY(mLock);
@@ -97,7 +97,7 @@ public:
 private:
     ReplayTranscript* const mTranscript;  // immutable
     const int mIndex;                     // immutable
-    HostMutex mLock;                     // guards the fields below
+    HostMutex mLock;                      // guards the fields below
     int mSlowMs GUARDED_BY(mLock) = 0;
     bool mDead GUARDED_BY(mLock) = false;
 };

@@ -39,7 +39,7 @@ private:
 
     const std::chrono::steady_clock::time_point mStart;  // immutable
     const bool mTimestamps;                               // immutable
-    HostMutex mLinesLock;             // guards mLines, mPrinted, mAwaitFrom
+    HostMutex mLinesLock;              // guards mLines, mPrinted, mAwaitFrom
     std::condition_variable mAdded;
     std::vector<std::string> mLines GUARDED_BY(mLinesLock);
     std::vector<std::string> mPrinted GUARDED_BY(mLinesLock);

@@ -45,10 +45,10 @@ public:
     void close();
 
 private:
-    HostMutex mEventsLock;              // guards every field below
+    HostMutex mEventsLock;               // guards every field below
     std::condition_variable mChanged;    // with mEventsLock: an event arrived or the hub closed
-    std::deque<std::string> mEvents GUARDED_BY(mEventsLock);     // the window, formatted as SSE records
-    uint64_t mFirstSeq GUARDED_BY(mEventsLock);                  // the number of mEvents.front()
+    std::deque<std::string> mEvents GUARDED_BY(mEventsLock);  // the window, formatted as SSE records
+    uint64_t mFirstSeq GUARDED_BY(mEventsLock);  // the number of mEvents.front()
     bool mClosed GUARDED_BY(mEventsLock);
 };
 

@@ -54,10 +54,10 @@ private:
 
     HostMutex mQueueLock;              // guards the four fields below
     std::condition_variable mQueueChanged;  // with mQueueLock
-    std::deque<Queued> mQueue GUARDED_BY(mQueueLock);         // notifications not yet applied
+    std::deque<Queued> mQueue GUARDED_BY(mQueueLock);  // notifications not yet applied
     bool mStopping GUARDED_BY(mQueueLock);
-    bool mDied GUARDED_BY(mQueueLock);                        // the connected service went away
-    unsigned mGeneration GUARDED_BY(mQueueLock);              // counts connections; stale notifications are dropped
+    bool mDied GUARDED_BY(mQueueLock);  // the connected service went away
+    unsigned mGeneration GUARDED_BY(mQueueLock);  // counts connections; stale notifications are dropped
 
     HostMutex mConnectionLock;  // guards mConnection
     android::sp<dabclient::PlayerConnection> mConnection GUARDED_BY(mConnectionLock);  // null while not connected

@@ -73,7 +73,7 @@ private:
     bool listComplete(const ListKind& kind) const REQUIRES(mStateLock);
     void setTextLocked(const char* key, const json& value, json* patch) REQUIRES(mStateLock);
 
-    mutable HostMutex mStateLock;       // guards mState
+    mutable HostMutex mStateLock;        // guards mState
     std::condition_variable mListChanged;  // with mStateLock: a list item or size arrived
     json mState GUARDED_BY(mStateLock);
 };

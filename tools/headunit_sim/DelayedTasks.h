@@ -31,7 +31,7 @@ private:
     using Clock = std::chrono::steady_clock;
     void threadLoop();
 
-    HostMutex mTasksLock;                   // guards the fields below
+    HostMutex mTasksLock;                    // guards the fields below
     std::condition_variable mTasksChanged;   // signalled under mTasksLock
     std::map<std::pair<Clock::time_point, uint64_t>, std::function<void()>> mTasks GUARDED_BY(mTasksLock);
     uint64_t mNextSeq GUARDED_BY(mTasksLock);

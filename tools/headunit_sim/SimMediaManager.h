@@ -93,12 +93,12 @@ private:
     // Sets a source's active flag when it is still the one with this id.
     void setActive(const std::string& name, int id, bool active);
 
-    mutable HostMutex mStateLock;            // guards the fields below
+    mutable HostMutex mStateLock;             // guards the fields below
     std::map<std::string, Source> mSources GUARDED_BY(mStateLock);
     std::deque<RecordView> mRecords GUARDED_BY(mStateLock);
     int mNextId GUARDED_BY(mStateLock);
     int mRestarts GUARDED_BY(mStateLock);
-    int64_t mRestartMs GUARDED_BY(mStateLock);      // monotonic time of the last restart, -1 none
+    int64_t mRestartMs GUARDED_BY(mStateLock);  // monotonic time of the last restart, -1 none
     int64_t mRefuseUntilMs GUARDED_BY(mStateLock);  // new sources are refused until then
 };
 

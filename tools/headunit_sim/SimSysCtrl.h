@@ -66,7 +66,7 @@ private:
     bool setState(const android::IBinder* listener, PowerState state, bool finished);
 
     const int mResumeDelayMs;         // immutable
-    mutable HostMutex mStateLock;     // guards the fields below
+    mutable HostMutex mStateLock;      // guards the fields below
     std::vector<Module> mModules GUARDED_BY(mStateLock);
     int mNextSeq GUARDED_BY(mStateLock);
     DelayedTasks mTasks;  // last member: its thread stops before the others go

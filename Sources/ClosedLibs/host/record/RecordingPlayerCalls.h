@@ -35,7 +35,7 @@ private:
 
     HostMutex mClientsLock;  // guards the fields below
     int mNextClient GUARDED_BY(mClientsLock) = 1;
-    std::map<const void*, int> mPlayers GUARDED_BY(mClientsLock);    // player binder -> client number
+    std::map<const void*, int> mPlayers GUARDED_BY(mClientsLock);  // player binder -> client number
     std::map<const void*, int> mCallbacks GUARDED_BY(mClientsLock);  // callback binder -> client number
     // Remote callbacks are held until their process dies: an application that lets go of its
     // client before exiting would otherwise take the proxy, and its obituary, with it.

@@ -27,7 +27,7 @@ private:
     SysCtrlManagerIF* standIn(SysCtrlManagerIF* client);
 
     const sp<SysCtrlBackend> mInner;  // immutable
-    HostMutex mStandInsLock;         // guards mStandIns
+    HostMutex mStandInsLock;          // guards mStandIns
     // Stand-ins live as long as the process: the system control thread may still hold one.
     std::map<SysCtrlManagerIF*, SysCtrlManagerIF*> mStandIns GUARDED_BY(mStandInsLock);
 };
