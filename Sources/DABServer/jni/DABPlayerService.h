@@ -159,12 +159,12 @@ public:
         // The callback's binder for the dump, kept beside mClient so that the dump never
         // waits for mLock.
         mutable android::Mutex mSummaryLock;                   // guards mListenerBinder
-        android::wp<android::IBinder> mListenerBinder;         // guarded by mSummaryLock
+        android::wp<android::IBinder> mListenerBinder GUARDED_BY(mSummaryLock);
         RelaxedAtomic<uint64_t> mSent;     // notifications handed to the callback
         RelaxedAtomic<uint64_t> mDropped;  // notifications that found no callback
         // The application's object the death notice is linked on; held so that the link
         // lasts while listeners change.
-        android::sp<android::IBinder> mApplication;            // guarded by mLock
+        android::sp<android::IBinder> mApplication GUARDED_BY(mLock);
         const android::sp<ApplicationDeath> mDeathNotice;      // immutable
     };
 
