@@ -1,4 +1,5 @@
 #include "FakeClient.h"
+#include "HostMutex.h"
 
 #include <binder/Parcel.h>
 
@@ -16,14 +17,14 @@ void FakeClient::notify(int msg, int ext1, int ext2, const Parcel* obj) {
         obj->setDataPosition(pos);
     }
     {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         mNotes.push_back(n);
     }
     mArrived.notify_all();
 }
 
 std::vector<FakeClient::Note> FakeClient::notes() const {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     return mNotes;
 }
 
@@ -38,14 +39,14 @@ std::vector<std::string> FakeClient::summary() const {
 }
 
 void FakeClient::clear() {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     mNotes.clear();
 }
 
 bool FakeClient::waitFor(const std::function<bool(const std::vector<Note>&)>& pred,
                          std::chrono::milliseconds timeout) const {
-    std::unique_lock<std::mutex> lock(mLock);
-    return mArrived.wait_for(lock, timeout, [&] { return pred(mNotes); });
+    HostMutex::Autolock lock(mLock);
+    return mArrived.wait_for(lock.native(), timeout, [&]() REQUIRES(mLock) { return pred(mNotes); });
 }
 
 bool FakeClient::waitForNote(int msg, int ext1, std::chrono::milliseconds timeout) const {

@@ -1,12 +1,13 @@
 #ifndef DAB_TESTS_FAKECLIENT_H
 #define DAB_TESTS_FAKECLIENT_H
 
+#include "HostMutex.h"
+
 #include <dabplayer/IDABPlayerClient.h>
 
 #include <chrono>
 #include <condition_variable>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -40,9 +41,9 @@ public:
     int count(int msg) const;
 
 private:
-    mutable std::mutex mLock;  // guards mNotes
+    mutable HostMutex mLock;  // guards mNotes
     mutable std::condition_variable mArrived;
-    std::vector<Note> mNotes;
+    std::vector<Note> mNotes GUARDED_BY(mLock);
 };
 
 #endif  // DAB_TESTS_FAKECLIENT_H

@@ -1,4 +1,5 @@
 #include "FakeMediaManager.h"
+#include "HostMutex.h"
 
 
 using namespace android;
@@ -17,7 +18,7 @@ std::string FakeMediaManager::Record::text() const {
 }
 
 bool FakeMediaManager::createSource(const String8& name, const sp<ISourceListener>& listener) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     bool accepted = true;
     if (mRefuseCount != 0 && (mRefuseName.empty() || mRefuseName == name.string())) {
         accepted = false;
@@ -33,7 +34,7 @@ int FakeMediaManager::registerSource(const String8& name, int code, Parcel* repl
     std::function<void(const std::string&)> hook;
     int result;
     {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         mRegistrations.push_back({name.string(), code});
         hook = mRegisterHook;
         result = mRegisterResult;
@@ -51,7 +52,7 @@ int FakeMediaManager::publishMediaInfo(const String8& name, const MediaInfoParce
     Record record{name.string(), info.fields()};
     std::function<void(const Record&)> hook;
     {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         mRecords.push_back(record);
         hook = mPublishHook;
         mChanged.notify_all();
@@ -61,14 +62,14 @@ int FakeMediaManager::publishMediaInfo(const String8& name, const MediaInfoParce
 }
 
 int FakeMediaManager::setMediaStatus(const String8& name, MediaStatus status) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     mStatuses.push_back({name.string(), static_cast<int>(status)});
     mChanged.notify_all();
     return 0;
 }
 
 void FakeMediaManager::refuseCreate(int count, const std::string& name) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     mRefuseCount = count;
     mRefuseName = name;
 }
@@ -76,23 +77,23 @@ void FakeMediaManager::refuseCreate(int count, const std::string& name) {
 void FakeMediaManager::allowCreate() { refuseCreate(0); }
 
 void FakeMediaManager::setRegisterResult(int result, int replyInts) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     mRegisterResult = result;
     mReplyInts = replyInts;
 }
 
 void FakeMediaManager::setRegisterHook(std::function<void(const std::string&)> hook) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     mRegisterHook = std::move(hook);
 }
 
 void FakeMediaManager::setPublishHook(std::function<void(const Record&)> hook) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     mPublishHook = std::move(hook);
 }
 
 std::vector<FakeMediaManager::Attempt> FakeMediaManager::attempts(const std::string& name) const {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     std::vector<Attempt> out;
     for (const Attempt& a : mAttempts) {
         if (name.empty() || a.name == name) out.push_back(a);
@@ -107,12 +108,12 @@ int FakeMediaManager::acceptedCount(const std::string& name) const {
 }
 
 std::vector<FakeMediaManager::Registration> FakeMediaManager::registrations() const {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     return mRegistrations;
 }
 
 std::vector<FakeMediaManager::Record> FakeMediaManager::records(const std::string& name) const {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     std::vector<Record> out;
     for (const Record& r : mRecords) {
         if (name.empty() || r.name == name) out.push_back(r);
@@ -127,7 +128,7 @@ std::vector<std::string> FakeMediaManager::recordTexts(const std::string& name) 
 }
 
 std::vector<FakeMediaManager::Status> FakeMediaManager::statuses(const std::string& name) const {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     std::vector<Status> out;
     for (const Status& s : mStatuses) {
         if (name.empty() || s.name == name) out.push_back(s);
@@ -136,7 +137,7 @@ std::vector<FakeMediaManager::Status> FakeMediaManager::statuses(const std::stri
 }
 
 void FakeMediaManager::clearRecords() {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     mAttempts.clear();
     mRegistrations.clear();
     mRecords.clear();
@@ -148,14 +149,14 @@ bool FakeMediaManager::waitFor(const std::function<bool()>& pred,
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     while (!pred()) {
         if (std::chrono::steady_clock::now() >= deadline) return false;
-        std::unique_lock<std::mutex> lock(mLock);
-        mChanged.wait_for(lock, std::chrono::milliseconds(10));
+        HostMutex::Autolock lock(mLock);
+        mChanged.wait_for(lock.native(), std::chrono::milliseconds(10));
     }
     return true;
 }
 
 sp<ISourceListener> FakeMediaManager::listener(const std::string& name) const {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     auto it = mListeners.find(name);
     return it == mListeners.end() ? nullptr : it->second.promote();
 }

@@ -1,6 +1,7 @@
 #ifndef DAB_TESTS_FAKEMEDIAMANAGER_H
 #define DAB_TESTS_FAKEMEDIAMANAGER_H
 
+#include "HostMutex.h"
 #include "MediaManagerBackend.h"
 
 #include <binder/Parcel.h>
@@ -9,7 +10,6 @@
 #include <condition_variable>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -80,19 +80,19 @@ public:
                 const android::Parcel* data = nullptr);
 
 private:
-    mutable std::mutex mLock;  // guards everything below
+    mutable HostMutex mLock;  // guards everything below
     mutable std::condition_variable mChanged;
-    int mRefuseCount = 0;
-    std::string mRefuseName;
-    int mRegisterResult = 0;
-    int mReplyInts = 0;
-    std::function<void(const std::string&)> mRegisterHook;
-    std::function<void(const Record&)> mPublishHook;
-    std::vector<Attempt> mAttempts;
-    std::map<std::string, android::wp<android::ISourceListener>> mListeners;  // last accepted
-    std::vector<Registration> mRegistrations;
-    std::vector<Record> mRecords;
-    std::vector<Status> mStatuses;
+    int mRefuseCount GUARDED_BY(mLock) = 0;
+    std::string mRefuseName GUARDED_BY(mLock);
+    int mRegisterResult GUARDED_BY(mLock) = 0;
+    int mReplyInts GUARDED_BY(mLock) = 0;
+    std::function<void(const std::string&)> mRegisterHook GUARDED_BY(mLock);
+    std::function<void(const Record&)> mPublishHook GUARDED_BY(mLock);
+    std::vector<Attempt> mAttempts GUARDED_BY(mLock);
+    std::map<std::string, android::wp<android::ISourceListener>> mListeners GUARDED_BY(mLock);  // last accepted
+    std::vector<Registration> mRegistrations GUARDED_BY(mLock);
+    std::vector<Record> mRecords GUARDED_BY(mLock);
+    std::vector<Status> mStatuses GUARDED_BY(mLock);
 };
 
 #endif  // DAB_TESTS_FAKEMEDIAMANAGER_H

@@ -1,11 +1,11 @@
 #ifndef DAB_TESTS_FAKEPLATFORM_H
 #define DAB_TESTS_FAKEPLATFORM_H
 
+#include "HostMutex.h"
 #include "MediaDataBackend.h"
 #include "ProcessSupportBackend.h"
 #include "SysCtrlBackend.h"
 
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -22,10 +22,10 @@ public:
     int attachCount() const;
 
 private:
-    mutable std::mutex mLock;  // guards everything below
-    bool mCreateFails = false;
-    int mAttachCount = 0;
-    std::vector<std::pair<std::string, int>> mPublished;
+    mutable HostMutex mLock;  // guards everything below
+    bool mCreateFails GUARDED_BY(mLock) = false;
+    int mAttachCount GUARDED_BY(mLock) = 0;
+    std::vector<std::pair<std::string, int>> mPublished GUARDED_BY(mLock);
 };
 
 // System control manager that records the service's calls; tests drive the listener.
@@ -43,9 +43,9 @@ public:
     void resume();
 
 private:
-    mutable std::mutex mLock;  // guards everything below
-    std::vector<std::string> mCalls;
-    android::SysCtrlManagerIF* mClient = nullptr;
+    mutable HostMutex mLock;  // guards everything below
+    std::vector<std::string> mCalls GUARDED_BY(mLock);
+    android::SysCtrlManagerIF* mClient GUARDED_BY(mLock) = nullptr;
 };
 
 // Records drop_privileges and setOomAdj.
@@ -57,8 +57,8 @@ public:
     std::vector<std::string> calls() const;
 
 private:
-    mutable std::mutex mLock;  // guards mCalls
-    std::vector<std::string> mCalls;
+    mutable HostMutex mLock;  // guards mCalls
+    std::vector<std::string> mCalls GUARDED_BY(mLock);
 };
 
 #endif  // DAB_TESTS_FAKEPLATFORM_H

@@ -1,4 +1,5 @@
 #include "FakeTuner.h"
+#include "HostMutex.h"
 
 #include <algorithm>
 #include <cstring>
@@ -10,12 +11,12 @@ FakeTuner::FakeTuner()
       mInitialized(false), mFinalized(false) {}
 
 void FakeTuner::setGetter(const std::string& name, int value) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     mGetters[name] = value;
 }
 
 void FakeTuner::setTitle(int kind, uint32_t charset, const char* text, size_t len) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     ST_DAB_TITLE_TEXT& t = mTitles[kind];
     memset(&t, 0, sizeof(t));
     t.charset = charset;
@@ -24,7 +25,7 @@ void FakeTuner::setTitle(int kind, uint32_t charset, const char* text, size_t le
 
 void FakeTuner::setDls(uint32_t charset, uint8_t length, uint8_t segment, const char* text,
                        size_t len) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     memset(&mDls, 0, sizeof(mDls));
     mDls.charset = charset;
     mDls.length = length;
@@ -33,12 +34,12 @@ void FakeTuner::setDls(uint32_t charset, uint8_t length, uint8_t segment, const 
 }
 
 void FakeTuner::setPchItem(const ST_DAB_PCH_LIST_ITEM& item) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     mPch = item;
 }
 
 void FakeTuner::setSvcItem(const ST_DAB_SVC_LIST_DATA& item) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     mSvc = item;
 }
 
@@ -46,7 +47,7 @@ void FakeTuner::notify(DABNotifyID id, int value) {
     DABNotifyCallback cb;
     void* cookie;
     {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         cb = mCallback;
         cookie = mCookie;
     }
@@ -54,47 +55,47 @@ void FakeTuner::notify(DABNotifyID id, int value) {
 }
 
 std::vector<std::string> FakeTuner::commands() const {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     return mCommands;
 }
 
 void FakeTuner::clearCommands() {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     mCommands.clear();
 }
 
 int FakeTuner::countCommand(const std::string& text) const {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     return static_cast<int>(std::count(mCommands.begin(), mCommands.end(), text));
 }
 
 bool FakeTuner::waitForCommand(const std::string& text, int count,
                                std::chrono::milliseconds timeout) const {
-    std::unique_lock<std::mutex> lock(mLock);
-    return mRecorded.wait_for(lock, timeout, [&] {
+    HostMutex::Autolock lock(mLock);
+    return mRecorded.wait_for(lock.native(), timeout, [&]() REQUIRES(mLock) {
         return std::count(mCommands.begin(), mCommands.end(), text) >= count;
     });
 }
 
 void FakeTuner::setCommandHook(std::function<void(const std::string&)> hook) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     mHook = std::move(hook);
 }
 
 bool FakeTuner::initialized() const {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     return mInitialized;
 }
 
 bool FakeTuner::finalized() const {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     return mFinalized;
 }
 
 int FakeTuner::record(const std::string& text) {
     std::function<void(const std::string&)> hook;
     {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         mCommands.push_back(text);
         hook = mHook;
     }
@@ -104,7 +105,7 @@ int FakeTuner::record(const std::string& text) {
 }
 
 int FakeTuner::initialize(DABNotifyCallback callback, void* cookie) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     mCallback = callback;
     mCookie = cookie;
     mInitialized = true;
@@ -112,7 +113,7 @@ int FakeTuner::initialize(DABNotifyCallback callback, void* cookie) {
 }
 
 int FakeTuner::finalize() {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     mCallback = nullptr;
     mCookie = nullptr;
     mFinalized = true;
@@ -159,32 +160,32 @@ int FakeTuner::ensembleCompListItemReq(uint8_t position, uint16_t eid) {
 }
 
 int FakeTuner::getter(const char* name) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     auto it = mGetters.find(name);
     return it == mGetters.end() ? 0 : it->second;
 }
 
 int FakeTuner::getTitleData(EN_DAB_TEXT_TYPE type, ST_DAB_TITLE_TEXT* out) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     if (type < 0 || type > 2 || out == nullptr) return -1;
     *out = mTitles[type];
     return 0;
 }
 
 int FakeTuner::getDlsData(ST_DAB_DLS_TEXT* out) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     *out = mDls;
     return 0;
 }
 
 int FakeTuner::getPchListItem(ST_DAB_PCH_LIST_ITEM* out) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     *out = mPch;
     return 0;
 }
 
 int FakeTuner::getSvcListItem(ST_DAB_SVC_LIST_DATA* out) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     *out = mSvc;
     return 0;
 }

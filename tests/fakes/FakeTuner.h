@@ -4,12 +4,12 @@
 #include <dablib/DABLibTypes.h>
 
 #include "DABLibBackend.h"
+#include "HostMutex.h"
 
 #include <chrono>
 #include <condition_variable>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -68,19 +68,19 @@ public:
 private:
     int record(const std::string& text);
 
-    mutable std::mutex mLock;                 // guards everything below
+    mutable HostMutex mLock;                  // guards everything below
     mutable std::condition_variable mRecorded;
-    std::map<std::string, int> mGetters;
-    media_lib_dab::ST_DAB_TITLE_TEXT mTitles[3];
-    media_lib_dab::ST_DAB_DLS_TEXT mDls;
-    media_lib_dab::ST_DAB_PCH_LIST_ITEM mPch;
-    media_lib_dab::ST_DAB_SVC_LIST_DATA mSvc;
-    std::vector<std::string> mCommands;
-    std::function<void(const std::string&)> mHook;
-    media_lib_dab::DABNotifyCallback mCallback;
-    void* mCookie;
-    bool mInitialized;
-    bool mFinalized;
+    std::map<std::string, int> mGetters GUARDED_BY(mLock);
+    media_lib_dab::ST_DAB_TITLE_TEXT mTitles[3] GUARDED_BY(mLock);
+    media_lib_dab::ST_DAB_DLS_TEXT mDls GUARDED_BY(mLock);
+    media_lib_dab::ST_DAB_PCH_LIST_ITEM mPch GUARDED_BY(mLock);
+    media_lib_dab::ST_DAB_SVC_LIST_DATA mSvc GUARDED_BY(mLock);
+    std::vector<std::string> mCommands GUARDED_BY(mLock);
+    std::function<void(const std::string&)> mHook GUARDED_BY(mLock);
+    media_lib_dab::DABNotifyCallback mCallback GUARDED_BY(mLock);
+    void* mCookie GUARDED_BY(mLock);
+    bool mInitialized GUARDED_BY(mLock);
+    bool mFinalized GUARDED_BY(mLock);
 };
 
 #endif  // DAB_TESTS_FAKETUNER_H

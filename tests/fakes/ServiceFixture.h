@@ -29,8 +29,8 @@ public:
     std::atomic<int>& isInManualUPDownInFreqExtend() { return mService->isInManualUPDownInFreqExtend; }
     std::atomic<int>& isInPresetMemoryExtend() { return mService->isInPresetMemoryExtend; }
     std::atomic<int>& isInSeekCancel() { return mService->isInSeekCancel; }
-    std::atomic<int>& currentLogicMode() { return mService->mCurrentLogicMode; }
-    std::atomic<int>& currentInfoType() { return mService->mCurrentInfoType; }
+    RelaxedAtomic<int>& currentLogicMode() { return mService->mCurrentLogicMode; }
+    RelaxedAtomic<int>& currentInfoType() { return mService->mCurrentInfoType; }
     std::atomic<int>& errorCurPublished() { return mService->errorCurPublished; }
     std::atomic<int>& flagReqPrestListSourceOn() { return mService->mFlagReqPrestListSourceOn; }
     std::atomic<int>& presetListNotifyCount() { return mService->mPresetListNotifyCount; }
@@ -56,37 +56,37 @@ public:
     void handleAntStatus(int value) { mService->handleAntStatus(value); }
     void setActive(uint8_t active) { mService->mIsActive = active; }
     std::atomic<int>& listCountState() { return mService->mListCountState; }
-    std::atomic<uint16_t>& currentEnsembleId() { return mService->mCurrentEnsembleId; }
-    std::atomic<int>& currentFmLink() { return mService->mCurrentFmLink; }
-    std::atomic<int>& currentErrorType() { return mService->mCurrentErrorType; }
+    RelaxedAtomic<uint16_t>& currentEnsembleId() { return mService->mCurrentEnsembleId; }
+    RelaxedAtomic<int>& currentFmLink() { return mService->mCurrentFmLink; }
+    RelaxedAtomic<int>& currentErrorType() { return mService->mCurrentErrorType; }
     uint8_t presetReceived(int band, int preset) const {
         return mService->mPresetReceived[band - 1][preset - 1];
     }
     // Station, playback and query state.
-    std::atomic<int>& currentBlockId() { return mService->mCurrentBlockId; }
-    std::atomic<int>& isHandServiceListUpdate() { return mService->mIsHandServiceListUpdate; }
-    std::atomic<uint8_t>& dynamicTextPublishEnabled() { return mService->mDynamicTextPublishEnabled; }
-    std::atomic<int>& dynamicTextStatus() { return mService->mDynamicTextStatus; }
+    RelaxedAtomic<int>& currentBlockId() { return mService->mCurrentBlockId; }
+    RelaxedAtomic<int>& isHandServiceListUpdate() { return mService->mIsHandServiceListUpdate; }
+    RelaxedAtomic<uint8_t>& dynamicTextPublishEnabled() { return mService->mDynamicTextPublishEnabled; }
+    RelaxedAtomic<int>& dynamicTextStatus() { return mService->mDynamicTextStatus; }
     std::atomic<int>& isDynamicTextCached() { return mService->isDynamicTextCached; }
     const char* ensembleLabel() const { return mService->mEnsembleLabel; }
     const char* serviceLabel() const { return mService->mServiceLabel; }
     const char* compLabel() const { return mService->mCompLabel; }
     const char* dynamicText() const { return mService->mDynamicText; }
-    std::atomic<int>& currentCompTotal() { return mService->mCurrentCompTotal; }
-    std::atomic<int>& currentCompNum() { return mService->mCurrentCompNum; }
-    std::atomic<uint8_t>& errorCheckOnCompNum() { return mService->mErrorCheckOnCompNum; }
-    std::atomic<int>& currentTotalTime() { return mService->mCurrentTotalTime; }
-    std::atomic<int>& currentPauseTime() { return mService->mCurrentPauseTime; }
-    std::atomic<int>& currentCacheTime() { return mService->mCurrentCacheTime; }
-    std::atomic<int>& currentPlaybackStatus() { return mService->mCurrentPlaybackStatus; }
-    std::atomic<int>& currentConnectStatus() { return mService->mCurrentConnectStatus; }
-    std::atomic<int>& currentDisplayFormat() { return mService->mCurrentDisplayFormat; }
+    RelaxedAtomic<int>& currentCompTotal() { return mService->mCurrentCompTotal; }
+    RelaxedAtomic<int>& currentCompNum() { return mService->mCurrentCompNum; }
+    RelaxedAtomic<uint8_t>& errorCheckOnCompNum() { return mService->mErrorCheckOnCompNum; }
+    RelaxedAtomic<int>& currentTotalTime() { return mService->mCurrentTotalTime; }
+    RelaxedAtomic<int>& currentPauseTime() { return mService->mCurrentPauseTime; }
+    RelaxedAtomic<int>& currentCacheTime() { return mService->mCurrentCacheTime; }
+    RelaxedAtomic<int>& currentPlaybackStatus() { return mService->mCurrentPlaybackStatus; }
+    RelaxedAtomic<int>& currentConnectStatus() { return mService->mCurrentConnectStatus; }
+    RelaxedAtomic<int>& currentDisplayFormat() { return mService->mCurrentDisplayFormat; }
     std::atomic<int>& seekDirection() { return mService->mSeekDirection; }
-    std::atomic<int>& currentAntStatus() { return mService->mCurrentAntStatus; }
-    std::atomic<int>& currentNm() { return mService->mCurrentNm; }
+    RelaxedAtomic<int>& currentAntStatus() { return mService->mCurrentAntStatus; }
+    RelaxedAtomic<int>& currentNm() { return mService->mCurrentNm; }
     std::atomic<int>& abcSearchState() { return mService->mAbcSearchState; }
-    std::atomic<int>& currentSignalLevel() { return mService->mCurrentSignalLevel; }
-    std::atomic<int>& currentPtyType() { return mService->mCurrentPtyType; }
+    RelaxedAtomic<int>& currentSignalLevel() { return mService->mCurrentSignalLevel; }
+    RelaxedAtomic<int>& currentPtyType() { return mService->mCurrentPtyType; }
 
 private:
     DABPlayerService* mService;

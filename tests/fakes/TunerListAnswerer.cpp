@@ -1,6 +1,7 @@
 #include "TunerListAnswerer.h"
 
 #include "DABListProcessThread.h"
+#include "HostMutex.h"
 
 #include <cstdio>
 
@@ -17,12 +18,12 @@ TunerListAnswerer::~TunerListAnswerer() {
 }
 
 void TunerListAnswerer::setWorker(const sp<DABListProcessThread>& worker) {
-    std::lock_guard<std::mutex> lock(mState->lock);
+    HostMutex::Autolock lock(mState->lock);
     mState->worker = worker;
 }
 
 void TunerListAnswerer::leaveUnanswered(const std::string& command, int count) {
-    std::lock_guard<std::mutex> lock(mState->lock);
+    HostMutex::Autolock lock(mState->lock);
     mState->unanswered[command] += count;
 }
 
@@ -51,7 +52,7 @@ void TunerListAnswerer::answer(const std::shared_ptr<State>& state, const std::s
     if (!toMsg(command, &msg)) return;
     wp<DABListProcessThread> worker;
     {
-        std::lock_guard<std::mutex> lock(state->lock);
+        HostMutex::Autolock lock(state->lock);
         auto it = state->unanswered.find(command);
         if (it != state->unanswered.end() && it->second > 0) {
             it->second -= 1;

@@ -4,13 +4,13 @@
 #include "DABServerDefs.h"
 #include "Eventually.h"
 #include "FakeTuner.h"
+#include "HostMutex.h"
 
 #include <utils/RefBase.h>
 
 #include <chrono>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 
@@ -35,9 +35,9 @@ public:
 
 private:
     struct State {
-        std::mutex lock;  // guards the fields below
-        android::wp<DABListProcessThread> worker;
-        std::map<std::string, int> unanswered;
+        HostMutex lock;  // guards the fields below
+        android::wp<DABListProcessThread> worker GUARDED_BY(lock);
+        std::map<std::string, int> unanswered GUARDED_BY(lock);
     };
     static void answer(const std::shared_ptr<State>& state, const std::string& command);
 

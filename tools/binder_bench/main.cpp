@@ -43,6 +43,7 @@
 #include "FakePlatform.h"
 #include "FakeTuner.h"
 #include "HostLog.h"
+#include "HostMutex.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -64,7 +65,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <mutex>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -96,15 +96,15 @@ protected:
                 return bytes != nullptr ? reply->write(bytes, kPayload) : BAD_VALUE;
             }
             case kCount: {
-                std::lock_guard<std::mutex> lock(mLock);
+                HostMutex::Autolock lock(mLock);
                 mCount++;
                 mChanged.notify_all();
                 return NO_ERROR;
             }
             case kWaitCount: {
                 const int64_t target = data.readInt64();
-                std::unique_lock<std::mutex> lock(mLock);
-                mChanged.wait(lock, [&] { return mCount >= target; });
+                HostMutex::Autolock lock(mLock);
+                mChanged.wait(lock.native(), [&]() REQUIRES(mLock) { return mCount >= target; });
                 return reply->writeInt64(mCount);
             }
             default:
@@ -113,7 +113,7 @@ protected:
     }
 
 private:
-    std::mutex mLock;
+    HostMutex mLock;
     std::condition_variable mChanged;
     int64_t mCount = 0;
 };
@@ -440,7 +440,7 @@ public:
     void received(int32_t msg, int32_t seq, bool payloadOk) {
         Ack ack;
         {
-            std::lock_guard<std::mutex> lock(mLock);
+            HostMutex::Autolock lock(mLock);
             if (seq != mExpected || !payloadOk) mFaults++;
             mExpected = seq + 1;
             ack = {seq, mFaults};
@@ -450,9 +450,9 @@ public:
 
 private:
     const int mAckFd;       // immutable
-    std::mutex mLock;       // guards the fields below
-    int32_t mExpected = 0;
-    int32_t mFaults = 0;
+    HostMutex mLock;        // guards the fields below
+    int32_t mExpected GUARDED_BY(mLock) = 0;
+    int32_t mFaults GUARDED_BY(mLock) = 0;
 };
 
 class FanoutClient : public BnDABPlayerClient {
@@ -481,15 +481,15 @@ class FanoutRegistry : public BBinder {
 public:
     // Any thread; blocks up to the time-out. The callbacks, once n are registered (else empty).
     std::vector<sp<IDABPlayerClient>> waitClients(size_t n, std::chrono::milliseconds timeout) {
-        std::unique_lock<std::mutex> lock(mLock);
-        if (!mChanged.wait_for(lock, timeout, [&] { return mClients.size() >= n; })) return {};
+        HostMutex::Autolock lock(mLock);
+        if (!mChanged.wait_for(lock.native(), timeout, [&]() REQUIRES(mLock) { return mClients.size() >= n; })) return {};
         return mClients;
     }
 
     // Any thread. Forgets every callback.
     void clear() {
         std::vector<sp<IDABPlayerClient>> old;
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         old.swap(mClients);
     }
 
@@ -498,16 +498,16 @@ protected:
         if (code != kRegister) return BBinder::onTransact(code, data, reply, flags);
         sp<IDABPlayerClient> client = interface_cast<IDABPlayerClient>(data.readStrongBinder());
         if (client == nullptr) return BAD_VALUE;
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         mClients.push_back(client);
         mChanged.notify_all();
         return NO_ERROR;
     }
 
 private:
-    std::mutex mLock;                       // guards mClients
+    HostMutex mLock;                        // guards mClients
     std::condition_variable mChanged;       // signalled under mLock
-    std::vector<sp<IDABPlayerClient>> mClients;
+    std::vector<sp<IDABPlayerClient>> mClients GUARDED_BY(mLock);
 };
 
 int runFanoutRawClient(int fd) {

@@ -5,6 +5,8 @@
 // binder_test_peer and the test process itself. Header-only so the tests build it without
 // linking the helper.
 
+#include "HostMutex.h"
+
 #include <binder/Binder.h>
 #include <binder/IPCThreadState.h>
 #include <binder/Parcel.h>
@@ -15,7 +17,6 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -53,34 +54,34 @@ public:
 
     // Any thread. Callbacks registered with REGISTER, in order.
     std::vector<sp<IBinder>> registered() const {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         return mRegistered;
     }
     // Any thread. Pids that called REGISTER.
     std::vector<pid_t> registeredPids() const {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         return mRegisteredPids;
     }
     // Any thread. Threads that served NEST here, in order.
     std::vector<pid_t> nestThreads() const {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         return mNestThreads;
     }
     // Any thread; blocks up to the time-out. True once n callbacks are registered.
     bool waitRegistered(size_t n, std::chrono::milliseconds timeout) {
-        std::unique_lock<std::mutex> lock(mLock);
-        return mChanged.wait_for(lock, timeout, [&] { return mRegistered.size() >= n; });
+        HostMutex::Autolock lock(mLock);
+        return mChanged.wait_for(lock.native(), timeout, [&]() REQUIRES(mLock) { return mRegistered.size() >= n; });
     }
     // Any thread; blocks up to the time-out. Notifications received, once at least n.
     int waitNotifications(int n, std::chrono::milliseconds timeout, bool* inOrder) {
-        std::unique_lock<std::mutex> lock(mLock);
-        mChanged.wait_for(lock, timeout, [&] { return mReceived >= n; });
+        HostMutex::Autolock lock(mLock);
+        mChanged.wait_for(lock.native(), timeout, [&]() REQUIRES(mLock) { return mReceived >= n; });
         *inOrder = mInOrder;
         return mReceived;
     }
     void clearRegistered() {
         std::vector<sp<IBinder>> old;
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         old.swap(mRegistered);
     }
 
@@ -106,7 +107,7 @@ protected:
                 sp<IBinder> peer = data.readStrongBinder();
                 const int32_t depth = data.readInt32();
                 {
-                    std::lock_guard<std::mutex> lock(mLock);
+                    HostMutex::Autolock lock(mLock);
                     mNestThreads.push_back(currentTid());
                 }
                 if (peer == nullptr || depth < 0) return BAD_VALUE;
@@ -121,14 +122,14 @@ protected:
             }
             case HOLD: {
                 sp<IBinder> b = data.readStrongBinder();
-                std::lock_guard<std::mutex> lock(mLock);
+                HostMutex::Autolock lock(mLock);
                 mHeld.push_back(b);
                 return reply->writeInt32(static_cast<int32_t>(mHeld.size()));
             }
             case DROP_ALL: {
                 std::vector<sp<IBinder>> old;
                 {
-                    std::lock_guard<std::mutex> lock(mLock);
+                    HostMutex::Autolock lock(mLock);
                     old.swap(mHeld);
                 }
                 old.clear();
@@ -136,7 +137,7 @@ protected:
             }
             case GET_HELD: {
                 const int32_t index = data.readInt32();
-                std::lock_guard<std::mutex> lock(mLock);
+                HostMutex::Autolock lock(mLock);
                 if (index < 0 || static_cast<size_t>(index) >= mHeld.size()) return BAD_VALUE;
                 return reply->writeStrongBinder(mHeld[static_cast<size_t>(index)]);
             }
@@ -147,7 +148,7 @@ protected:
             }
             case NOTIFY: {
                 const int32_t seq = data.readInt32();
-                std::lock_guard<std::mutex> lock(mLock);
+                HostMutex::Autolock lock(mLock);
                 if (seq != mReceived) mInOrder = false;
                 mReceived++;
                 mChanged.notify_all();
@@ -155,7 +156,7 @@ protected:
             }
             case REGISTER: {
                 sp<IBinder> callback = data.readStrongBinder();
-                std::lock_guard<std::mutex> lock(mLock);
+                HostMutex::Autolock lock(mLock);
                 mRegistered.push_back(callback);
                 mRegisteredPids.push_back(IPCThreadState::self()->getCallingPid());
                 mChanged.notify_all();
@@ -180,14 +181,14 @@ protected:
     }
 
 private:
-    mutable std::mutex mLock;                 // guards every field below
+    mutable HostMutex mLock;                  // guards every field below
     std::condition_variable mChanged;         // signalled under mLock
-    std::vector<sp<IBinder>> mHeld;
-    std::vector<sp<IBinder>> mRegistered;
-    std::vector<pid_t> mRegisteredPids;
-    std::vector<pid_t> mNestThreads;
-    int mReceived = 0;
-    bool mInOrder = true;
+    std::vector<sp<IBinder>> mHeld GUARDED_BY(mLock);
+    std::vector<sp<IBinder>> mRegistered GUARDED_BY(mLock);
+    std::vector<pid_t> mRegisteredPids GUARDED_BY(mLock);
+    std::vector<pid_t> mNestThreads GUARDED_BY(mLock);
+    int mReceived GUARDED_BY(mLock) = 0;
+    bool mInOrder GUARDED_BY(mLock) = true;
 };
 
 }  // namespace binder_test

@@ -1,5 +1,6 @@
 #include "ListFetcher.h"
 
+#include "HostMutex.h"
 #include "PlayerOperations.h"
 
 #include <DABServerDefs.h>
@@ -7,7 +8,6 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
-#include <mutex>
 #include <set>
 
 using namespace android;
@@ -61,11 +61,11 @@ const KindInfo& infoOf(ListKind kind) {
 
 // What the notification handler saw, for the fetching thread.
 struct Seen {
-    std::mutex lock;
+    HostMutex lock;
     std::condition_variable changed;
-    int size = -1;            // guarded by lock; -1 until announced
-    std::set<int> items;      // guarded by lock: positions announced, from 0
-    std::chrono::steady_clock::time_point lastItem;  // guarded by lock
+    int size GUARDED_BY(lock) = -1;  // -1 until announced
+    std::set<int> items GUARDED_BY(lock);  // positions announced, from 0
+    std::chrono::steady_clock::time_point lastItem GUARDED_BY(lock);
 };
 
 int request(IDABPlayer& p, ListKind kind, int arg) {
@@ -124,7 +124,7 @@ int ListFetcher::fetch(ListKind kind, int arg, std::vector<ListRow>* rows,
     IDABPlayer& player = *mConnection->player();
     auto seen = std::make_shared<Seen>();
     mConnection->sink()->setHandler([seen, info, kind, arg](const Notification& n) {
-        std::lock_guard<std::mutex> lock(seen->lock);
+        HostMutex::Autolock lock(seen->lock);
         if (kind == ListKind::kPreset) {
             if (n.id != info.itemId || n.ext1 != arg || n.ext2 < 0 || n.ext2 >= kPresetCount) return;
             seen->items.insert(n.ext2);
@@ -169,16 +169,16 @@ int ListFetcher::fetch(ListKind kind, int arg, std::vector<ListRow>* rows,
 
     int size = kPresetCount;
     {
-        std::unique_lock<std::mutex> lock(seen->lock);
+        HostMutex::Autolock lock(seen->lock);
         if (kind == ListKind::kPreset) {
             // Either the six presets arrive, or the band was cached and nothing comes.
-            seen->changed.wait_for(lock, kPresetQuietTimeout, [&] { return !seen->items.empty(); });
+            seen->changed.wait_for(lock.native(), kPresetQuietTimeout, [&]() REQUIRES(seen->lock) { return !seen->items.empty(); });
             if (!seen->items.empty()) {
-                seen->changed.wait_for(lock, kItemIdleTimeout,
-                                       [&] { return seen->items.size() >= kPresetCount; });
+                seen->changed.wait_for(lock.native(), kItemIdleTimeout,
+                                       [&]() REQUIRES(seen->lock) { return seen->items.size() >= kPresetCount; });
             }
         } else {
-            if (!seen->changed.wait_for(lock, kCountTimeout, [&] { return seen->size >= 0; })) {
+            if (!seen->changed.wait_for(lock.native(), kCountTimeout, [&]() REQUIRES(seen->lock) { return seen->size >= 0; })) {
                 *error = "the tuner announced no list size (the list stays empty after the "
                          "worker's retry)";
                 return NO_ANSWER;
@@ -190,7 +190,7 @@ int ListFetcher::fetch(ListKind kind, int arg, std::vector<ListRow>* rows,
             }
             bool reported = false;
             while (static_cast<int>(seen->items.size()) < size) {
-                seen->changed.wait_for(lock, std::chrono::milliseconds(200));
+                seen->changed.wait_for(lock.native(), std::chrono::milliseconds(200));
                 const auto now = std::chrono::steady_clock::now();
                 if (progress && now - start > std::chrono::seconds(1)) {
                     const int received = static_cast<int>(seen->items.size());

@@ -1,4 +1,5 @@
 #include "NotificationSink.h"
+#include "HostMutex.h"
 
 using namespace android;
 
@@ -9,7 +10,7 @@ NotificationSink::~NotificationSink() {}
 
 void NotificationSink::setHandler(Handler handler) {
     Handler old;  // released after the lock
-    std::lock_guard<std::mutex> lock(mHandlerLock);
+    HostMutex::Autolock lock(mHandlerLock);
     old.swap(mHandler);
     mHandler = std::move(handler);
 }
@@ -23,7 +24,7 @@ void NotificationSink::notify(int msg, int ext1, int ext2, const Parcel* obj) {
     }
     Handler handler;
     {
-        std::lock_guard<std::mutex> lock(mHandlerLock);
+        HostMutex::Autolock lock(mHandlerLock);
         handler = mHandler;
     }
     if (handler) handler(n);

@@ -1,10 +1,11 @@
 #ifndef DAB_TOOLS_DABCTL_NOTIFICATIONSINK_H
 #define DAB_TOOLS_DABCTL_NOTIFICATIONSINK_H
 
+#include "HostMutex.h"
+
 #include <dabplayer/IDABPlayerClient.h>
 
 #include <functional>
-#include <mutex>
 #include <string>
 
 namespace dabclient {
@@ -38,8 +39,8 @@ protected:
     ~NotificationSink() override;
 
 private:
-    std::mutex mHandlerLock;  // guards mHandler
-    Handler mHandler;         // guarded by mHandlerLock; copied before it runs
+    HostMutex mHandlerLock;  // guards mHandler
+    Handler mHandler GUARDED_BY(mHandlerLock);  // copied before it runs
 };
 
 }  // namespace dabclient

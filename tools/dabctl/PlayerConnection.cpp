@@ -1,5 +1,6 @@
 #include "PlayerConnection.h"
 
+#include "HostMutex.h"
 #include "ToolArgs.h"
 
 #include <binder/IServiceManager.h>
@@ -37,7 +38,7 @@ int PlayerConnection::connect(std::string* error) {
 }
 
 void PlayerConnection::setOnDeath(std::function<void()> onDeath) {
-    std::lock_guard<std::mutex> lock(mDeathLock);
+    HostMutex::Autolock lock(mDeathLock);
     mOnDeath = std::move(onDeath);
 }
 
@@ -45,7 +46,7 @@ void PlayerConnection::binderDied(const wp<IBinder>&) {
     mDied.store(true);
     std::function<void()> onDeath;
     {
-        std::lock_guard<std::mutex> lock(mDeathLock);
+        HostMutex::Autolock lock(mDeathLock);
         onDeath = mOnDeath;
     }
     if (onDeath) onDeath();

@@ -1,13 +1,13 @@
 #ifndef DAB_TOOLS_DABCTL_PLAYERCONNECTION_H
 #define DAB_TOOLS_DABCTL_PLAYERCONNECTION_H
 
+#include "HostMutex.h"
 #include "NotificationSink.h"
 
 #include <dabplayer/IDABPlayerService.h>
 
 #include <atomic>
 #include <functional>
-#include <mutex>
 #include <string>
 
 namespace dabclient {
@@ -51,8 +51,8 @@ private:
     android::sp<android::IBinder> mServiceBinder;
     const android::sp<NotificationSink> mSink;  // immutable
     std::atomic<bool> mDied;                    // any thread
-    std::mutex mDeathLock;                      // guards mOnDeath
-    std::function<void()> mOnDeath;             // guarded by mDeathLock
+    HostMutex mDeathLock;                       // guards mOnDeath
+    std::function<void()> mOnDeath GUARDED_BY(mDeathLock);
 };
 
 }  // namespace dabclient

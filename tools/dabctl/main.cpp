@@ -3,6 +3,7 @@
 // result and every output, watches notifications, and drives the head-unit simulator and the
 // simulated tuner.
 #include "ControlClient.h"
+#include "HostMutex.h"
 #include "ListFetcher.h"
 #include "NotifyNames.h"
 #include "PlayerConnection.h"
@@ -24,7 +25,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -89,9 +89,9 @@ int usage(const std::string& problem, bool full = false) {
 std::string dump(const json& j) { return j.dump(-1, ' ', false, json::error_handler_t::replace); }
 
 // Prints whole lines from any thread.
-std::mutex gPrintLock;
+HostMutex gPrintLock;
 void printLine(const std::string& line) {
-    std::lock_guard<std::mutex> lock(gPrintLock);
+    HostMutex::Autolock lock(gPrintLock);
     fputs(line.c_str(), stdout);
     fputc('\n', stdout);
     fflush(stdout);

@@ -12,13 +12,12 @@
 using namespace android;
 using json = nlohmann::json;
 using dabclient::Notification;
-using std::chrono::milliseconds;
 
 namespace {
 
-constexpr milliseconds kShort(5000);
-constexpr milliseconds kLong(10000);
-constexpr milliseconds kPoll(100);  // the head-unit simulator's answers, which it does not announce
+constexpr std::chrono::milliseconds kShort(5000);
+constexpr std::chrono::milliseconds kLong(10000);
+constexpr std::chrono::milliseconds kPoll(100);  // the head-unit simulator's answers, which it does not announce
 // The flat preset index of preset 1 of band 2: three bands of six presets.
 constexpr int kBand2Preset1 = 6;
 constexpr int kAntennaFault = 1;
@@ -60,7 +59,7 @@ void DemoTour::catchUp() {
     }
 }
 
-std::string DemoTour::expectNotification(uint64_t seq, int id, int ext1, milliseconds timeout,
+std::string DemoTour::expectNotification(uint64_t seq, int id, int ext1, std::chrono::milliseconds timeout,
                                          const char* what) {
     const bool found = mLog->waitFor(
             seq, [id, ext1](const Notification& n) { return n.id == id && (ext1 == kAnyValue || n.ext1 == ext1); },
@@ -71,7 +70,7 @@ std::string DemoTour::expectNotification(uint64_t seq, int id, int ext1, millise
 
 std::string DemoTour::expectHeadUnit(const std::string& command,
                                      const std::function<bool(const json&)>& holds,
-                                     milliseconds timeout, const char* what) {
+                                     std::chrono::milliseconds timeout, const char* what) {
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     for (;;) {
         std::string out;
@@ -128,7 +127,7 @@ int DemoTour::run() {
     // Let the start-up burst (preset lists, first labels) settle before the tour.
     mLog->waitFor(mLog->lastSeq(), [](const Notification& n) {
         return n.id == DAB_SERVER_NOTIFY_SERVICE_LABEL_CHANGE;
-    }, milliseconds(1500), nullptr);
+    }, std::chrono::milliseconds(1500), nullptr);
     showView();
 
     step("seek up", [this] {
@@ -160,7 +159,7 @@ int DemoTour::run() {
     });
     step("hu infobar", [this] {
         // The media manager shows what the radio plays: wait until the bar has the label.
-        std::this_thread::sleep_for(milliseconds(300));
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
         catchUp();
         const std::string label = dabclient::RadioSnapshot::display(mView.radio().service);
         return expectHeadUnit("infobar",
@@ -174,12 +173,12 @@ int DemoTour::run() {
         return expectNotification(mSeq, DAB_SERVER_NOTIFY_PLAYBACK_STATUS_CHANGE, kAnyValue, kShort,
                                   "time-shift status");
     });
-    std::this_thread::sleep_for(milliseconds(1200));
+    std::this_thread::sleep_for(std::chrono::milliseconds(1200));
     step("ts pause", [this] {
         return expectNotification(mSeq, DAB_SERVER_NOTIFY_PLAYBACK_STATUS_CHANGE, kAnyValue, kShort,
                                   "paused playback");
     });
-    std::this_thread::sleep_for(milliseconds(1200));
+    std::this_thread::sleep_for(std::chrono::milliseconds(1200));
     step("ts play", nullptr);
     step("ts live", nullptr);
     step("ts off", nullptr);
@@ -233,7 +232,7 @@ int DemoTour::run() {
         return expectNotification(mSeq, DAB_SERVER_NOTIFY_PRESET_NUM_CHANGE, kBand2Preset1 + 1,
                                   kShort, "preset 2 of band 2");
     });
-    std::this_thread::sleep_for(milliseconds(500));
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
     showView();
     if (mFailures == 0) {
         say("demo: all " + std::to_string(mSteps) + " steps passed");

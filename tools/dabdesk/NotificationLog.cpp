@@ -1,23 +1,24 @@
 #include "NotificationLog.h"
+#include "HostMutex.h"
 
 #include <algorithm>
 
 NotificationLog::NotificationLog() : mLastSeq(0) {}
 
 void NotificationLog::add(const dabclient::Notification& n) {
-    std::lock_guard<std::mutex> lock(mLogLock);
+    HostMutex::Autolock lock(mLogLock);
     mEntries.push_back(Entry{++mLastSeq, n});
     while (mEntries.size() > kMaxEntries) mEntries.pop_front();
     mAdded.notify_all();
 }
 
 uint64_t NotificationLog::lastSeq() const {
-    std::lock_guard<std::mutex> lock(mLogLock);
+    HostMutex::Autolock lock(mLogLock);
     return mLastSeq;
 }
 
 std::vector<NotificationLog::Entry> NotificationLog::recent(size_t max) const {
-    std::lock_guard<std::mutex> lock(mLogLock);
+    HostMutex::Autolock lock(mLogLock);
     const size_t n = std::min(max, mEntries.size());
     return std::vector<Entry>(mEntries.end() - static_cast<std::ptrdiff_t>(n), mEntries.end());
 }
@@ -26,7 +27,7 @@ bool NotificationLog::waitFor(uint64_t afterSeq,
                               const std::function<bool(const dabclient::Notification&)>& match,
                               std::chrono::milliseconds timeout, Entry* found) {
     const auto deadline = std::chrono::steady_clock::now() + timeout;
-    std::unique_lock<std::mutex> lock(mLogLock);
+    HostMutex::Autolock lock(mLogLock);
     uint64_t checked = afterSeq;
     for (;;) {
         for (const Entry& e : mEntries) {
@@ -37,7 +38,7 @@ bool NotificationLog::waitFor(uint64_t afterSeq,
                 return true;
             }
         }
-        if (mAdded.wait_until(lock, deadline) == std::cv_status::timeout &&
+        if (mAdded.wait_until(lock.native(), deadline) == std::cv_status::timeout &&
             (mEntries.empty() || mEntries.back().seq <= checked)) {
             return false;
         }
@@ -45,6 +46,6 @@ bool NotificationLog::waitFor(uint64_t afterSeq,
 }
 
 bool NotificationLog::waitAny(uint64_t afterSeq, std::chrono::milliseconds timeout) {
-    std::unique_lock<std::mutex> lock(mLogLock);
-    return mAdded.wait_for(lock, timeout, [this, afterSeq] { return mLastSeq > afterSeq; });
+    HostMutex::Autolock lock(mLogLock);
+    return mAdded.wait_for(lock.native(), timeout, [this, afterSeq]() REQUIRES(mLogLock) { return mLastSeq > afterSeq; });
 }

@@ -1,6 +1,7 @@
 #ifndef DAB_TOOLS_DABDESK_NOTIFICATIONLOG_H
 #define DAB_TOOLS_DABDESK_NOTIFICATIONLOG_H
 
+#include "HostMutex.h"
 #include "NotificationSink.h"
 
 #include <chrono>
@@ -8,7 +9,6 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <vector>
 
 // Every notification the desk's client object received, numbered in arrival order, so that a
@@ -42,10 +42,10 @@ private:
     // Keeps this many notifications; a waiter looks no further back.
     static constexpr size_t kMaxEntries = 4096;
 
-    mutable std::mutex mLogLock;          // guards the fields below
+    mutable HostMutex mLogLock;           // guards the fields below
     std::condition_variable mAdded;       // signalled under mLogLock
-    std::deque<Entry> mEntries;           // guarded by mLogLock
-    uint64_t mLastSeq;                    // guarded by mLogLock
+    std::deque<Entry> mEntries GUARDED_BY(mLogLock);
+    uint64_t mLastSeq GUARDED_BY(mLogLock);
 };
 
 #endif  // DAB_TOOLS_DABDESK_NOTIFICATIONLOG_H

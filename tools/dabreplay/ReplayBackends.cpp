@@ -1,5 +1,6 @@
 #include "ReplayBackends.h"
 
+#include "HostMutex.h"
 #include "ReplayScript.h"
 
 #include <binder/Parcel.h>
@@ -21,7 +22,7 @@ bool ReplayMediaManager::failsLocked(const std::map<std::string, bool>& fails, c
 bool ReplayMediaManager::createSource(const String8& name, const sp<ISourceListener>& listener) {
     bool ok;
     {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         ok = !failsLocked(mCreateFails, name.string());
         if (ok) mListeners[name.string()] = listener;
     }
@@ -32,7 +33,7 @@ bool ReplayMediaManager::createSource(const String8& name, const sp<ISourceListe
 int ReplayMediaManager::registerSource(const String8& name, int code, Parcel*) {
     bool fails;
     {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         fails = failsLocked(mRegisterFails, name.string());
     }
     mTranscript->add(std::string("mm ") + name.string() + " register " + std::to_string(code) + (fails ? " = -1" : ""));
@@ -56,7 +57,7 @@ int ReplayMediaManager::publishMediaInfo(const String8& name, const MediaInfoPar
 int ReplayMediaManager::setMediaStatus(const String8& name, MediaStatus status) {
     bool fails;
     {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         fails = failsLocked(mStatusFails, name.string());
     }
     mTranscript->add(std::string("mm ") + name.string() + " status " + std::to_string(status) + (fails ? " = -1" : ""));
@@ -64,24 +65,24 @@ int ReplayMediaManager::setMediaStatus(const String8& name, MediaStatus status) 
 }
 
 void ReplayMediaManager::setCreateFails(const std::string& source, bool fails) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     // A setting for every source replaces the sources' own.
     if (source.empty()) mCreateFails.clear();
     mCreateFails[source] = fails;
 }
 
 void ReplayMediaManager::setRegisterFails(const std::string& source, bool fails) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     mRegisterFails[source] = fails;
 }
 
 void ReplayMediaManager::setStatusFails(const std::string& source, bool fails) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     mStatusFails[source] = fails;
 }
 
 sp<ISourceListener> ReplayMediaManager::listener(const std::string& name) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     auto it = mListeners.find(name);
     return it == mListeners.end() ? nullptr : it->second;
 }
@@ -89,7 +90,7 @@ sp<ISourceListener> ReplayMediaManager::listener(const std::string& name) {
 ReplayMediaData::ReplayMediaData(ReplayTranscript* transcript) : mTranscript(transcript) {}
 
 bool ReplayMediaData::allowCreate() {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     return !mCreateFails;
 }
 
@@ -99,7 +100,7 @@ int ReplayMediaData::publish(const String8& key, int value) {
 }
 
 void ReplayMediaData::setCreateFails(bool fails) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     mCreateFails = fails;
 }
 
@@ -107,7 +108,7 @@ ReplaySysCtrl::ReplaySysCtrl(ReplayTranscript* transcript) : mTranscript(transcr
 
 int ReplaySysCtrl::attach(SysCtrlManagerIF* client, int moduleId, int flags) {
     {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         mClient = client;
     }
     mTranscript->add("sys attach " + std::to_string(moduleId) + " " + std::to_string(flags));
@@ -115,7 +116,7 @@ int ReplaySysCtrl::attach(SysCtrlManagerIF* client, int moduleId, int flags) {
 }
 
 void ReplaySysCtrl::detach(SysCtrlManagerIF* client) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     if (mClient == client) mClient = nullptr;
 }
 
@@ -132,7 +133,7 @@ int ReplaySysCtrl::finishResume(SysCtrlManagerIF*) {
 bool ReplaySysCtrl::resume() {
     SysCtrlManagerIF* client;
     {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         client = mClient;
     }
     if (client == nullptr) return false;
@@ -143,7 +144,7 @@ bool ReplaySysCtrl::resume() {
 bool ReplaySysCtrl::suspend() {
     SysCtrlManagerIF* client;
     {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         client = mClient;
     }
     if (client == nullptr) return false;
@@ -164,7 +165,7 @@ ReplayClient::ReplayClient(ReplayTranscript* transcript, int index)
 void ReplayClient::notify(int msg, int ext1, int ext2, const Parcel* obj) {
     int slowMs;
     {
-        std::lock_guard<std::mutex> lock(mLock);
+        HostMutex::Autolock lock(mLock);
         if (mDead) return;
         slowMs = mSlowMs;
     }
@@ -176,12 +177,12 @@ void ReplayClient::notify(int msg, int ext1, int ext2, const Parcel* obj) {
 }
 
 void ReplayClient::setSlowMs(int ms) {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     mSlowMs = ms;
 }
 
 void ReplayClient::setDead() {
-    std::lock_guard<std::mutex> lock(mLock);
+    HostMutex::Autolock lock(mLock);
     mDead = true;
 }
 

@@ -3,6 +3,7 @@
 
 #include "ReplayTranscript.h"
 
+#include "HostMutex.h"
 #include "MediaDataBackend.h"
 #include "MediaManagerBackend.h"
 #include "ProcessSupportBackend.h"
@@ -11,7 +12,6 @@
 #include <dabplayer/IDABPlayerClient.h>
 
 #include <map>
-#include <mutex>
 
 // Media manager that writes every source creation, registration, record and status to the
 // transcript and lets the script drive the sources' listeners.
@@ -31,14 +31,14 @@ public:
     android::sp<android::ISourceListener> listener(const std::string& name);
 
 private:
-    bool failsLocked(const std::map<std::string, bool>& fails, const std::string& source) const;
+    bool failsLocked(const std::map<std::string, bool>& fails, const std::string& source) const REQUIRES(mLock);
 
     ReplayTranscript* const mTranscript;  // immutable
-    std::mutex mLock;                     // guards the fields below
-    std::map<std::string, bool> mCreateFails;    // per source, "" for all
-    std::map<std::string, bool> mRegisterFails;
-    std::map<std::string, bool> mStatusFails;
-    std::map<std::string, android::sp<android::ISourceListener>> mListeners;
+    HostMutex mLock;                      // guards the fields below
+    std::map<std::string, bool> mCreateFails GUARDED_BY(mLock);  // per source, "" for all
+    std::map<std::string, bool> mRegisterFails GUARDED_BY(mLock);
+    std::map<std::string, bool> mStatusFails GUARDED_BY(mLock);
+    std::map<std::string, android::sp<android::ISourceListener>> mListeners GUARDED_BY(mLock);
 };
 
 class ReplayMediaData : public android::MediaDataBackend {
@@ -50,8 +50,8 @@ public:
 
 private:
     ReplayTranscript* const mTranscript;
-    std::mutex mLock;  // guards mCreateFails
-    bool mCreateFails = false;
+    HostMutex mLock;  // guards mCreateFails
+    bool mCreateFails GUARDED_BY(mLock) = false;
 };
 
 class ReplaySysCtrl : public android::SysCtrlBackend {
@@ -67,8 +67,8 @@ public:
 
 private:
     ReplayTranscript* const mTranscript;
-    std::mutex mLock;  // guards mClient
-    android::SysCtrlManagerIF* mClient = nullptr;
+    HostMutex mLock;  // guards mClient
+    android::SysCtrlManagerIF* mClient GUARDED_BY(mLock) = nullptr;
 };
 
 class ReplayProcessSupport : public ProcessSupportBackend {
@@ -97,9 +97,9 @@ public:
 private:
     ReplayTranscript* const mTranscript;  // immutable
     const int mIndex;                     // immutable
-    std::mutex mLock;                     // guards the fields below
-    int mSlowMs = 0;
-    bool mDead = false;
+    HostMutex mLock;                      // guards the fields below
+    int mSlowMs GUARDED_BY(mLock) = 0;
+    bool mDead GUARDED_BY(mLock) = false;
 };
 
 #endif  // DAB_TOOLS_REPLAYBACKENDS_H

@@ -1,22 +1,23 @@
 #include "ReplayThreadFailure.h"
 
+#include "HostMutex.h"
+
 #include <cerrno>
 #include <dlfcn.h>
-#include <mutex>
 #include <pthread.h>
 
 namespace {
 
-std::mutex gFailLock;
-int gFailCount = 0;                  // guarded by gFailLock
-std::function<void()> gOnFail;       // guarded by gFailLock
+HostMutex gFailLock;
+int gFailCount GUARDED_BY(gFailLock) = 0;
+std::function<void()> gOnFail GUARDED_BY(gFailLock);
 
 using CreateFn = int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
 
 }  // namespace
 
 void ReplayThreadFailure::failNext(int count, std::function<void()> onFail) {
-    std::lock_guard<std::mutex> lock(gFailLock);
+    HostMutex::Autolock lock(gFailLock);
     gFailCount = count;
     gOnFail = std::move(onFail);
 }
@@ -27,7 +28,7 @@ extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attr, voi
     static const CreateFn real = reinterpret_cast<CreateFn>(dlsym(RTLD_NEXT, "pthread_create"));
     std::function<void()> onFail;
     {
-        std::lock_guard<std::mutex> lock(gFailLock);
+        HostMutex::Autolock lock(gFailLock);
         if (gFailCount > 0) {
             --gFailCount;
             onFail = gOnFail;

@@ -1,4 +1,5 @@
 #include "ReplayTranscript.h"
+#include "HostMutex.h"
 
 ReplayTranscript::ReplayTranscript(FILE* out, bool timestamps)
     : mStart(std::chrono::steady_clock::now()), mTimestamps(timestamps), mOut(out) {}
@@ -11,7 +12,7 @@ void ReplayTranscript::add(const std::string& line) {
         printed = "+" + std::to_string(ms) + " " + line;
     }
     {
-        std::lock_guard<std::mutex> lock(mLinesLock);
+        HostMutex::Autolock lock(mLinesLock);
         mLines.push_back(line);
         if (mOut != nullptr) {
             fputs(printed.c_str(), mOut);
@@ -30,29 +31,29 @@ bool ReplayTranscript::findLocked(const ReplayPattern& pattern, size_t* from) {
 }
 
 bool ReplayTranscript::await(const ReplayPattern& pattern, std::chrono::milliseconds timeout) {
-    std::unique_lock<std::mutex> lock(mLinesLock);
+    HostMutex::Autolock lock(mLinesLock);
     size_t checked = mAwaitFrom;
-    bool found = mAdded.wait_for(lock, timeout, [&] { return findLocked(pattern, &checked); });
+    bool found = mAdded.wait_for(lock.native(), timeout, [&]() REQUIRES(mLinesLock) { return findLocked(pattern, &checked); });
     if (found) mAwaitFrom = checked + 1;
     return found;
 }
 
 size_t ReplayTranscript::size() {
-    std::lock_guard<std::mutex> lock(mLinesLock);
+    HostMutex::Autolock lock(mLinesLock);
     return mLines.size();
 }
 
 bool ReplayTranscript::expect(const ReplayPattern& pattern, size_t from, std::chrono::milliseconds timeout) {
-    std::unique_lock<std::mutex> lock(mLinesLock);
+    HostMutex::Autolock lock(mLinesLock);
     size_t checked = from;
-    return mAdded.wait_for(lock, timeout, [&] { return findLocked(pattern, &checked); });
+    return mAdded.wait_for(lock.native(), timeout, [&]() REQUIRES(mLinesLock) { return findLocked(pattern, &checked); });
 }
 
 bool ReplayTranscript::quiet(const ReplayPattern& pattern, size_t from, std::chrono::milliseconds duration,
                              std::string* line) {
-    std::unique_lock<std::mutex> lock(mLinesLock);
+    HostMutex::Autolock lock(mLinesLock);
     size_t checked = from;
-    if (mAdded.wait_for(lock, duration, [&] { return findLocked(pattern, &checked); })) {
+    if (mAdded.wait_for(lock.native(), duration, [&]() REQUIRES(mLinesLock) { return findLocked(pattern, &checked); })) {
         *line = mLines[checked];
         return false;
     }
@@ -60,11 +61,11 @@ bool ReplayTranscript::quiet(const ReplayPattern& pattern, size_t from, std::chr
 }
 
 std::vector<std::string> ReplayTranscript::printed() {
-    std::lock_guard<std::mutex> lock(mLinesLock);
+    HostMutex::Autolock lock(mLinesLock);
     return mPrinted;
 }
 
 void ReplayTranscript::flush() {
-    std::lock_guard<std::mutex> lock(mLinesLock);
+    HostMutex::Autolock lock(mLinesLock);
     if (mOut != nullptr) fflush(mOut);
 }

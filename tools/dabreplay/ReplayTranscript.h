@@ -1,12 +1,12 @@
 #ifndef DAB_TOOLS_REPLAYTRANSCRIPT_H
 #define DAB_TOOLS_REPLAYTRANSCRIPT_H
 
+#include "HostMutex.h"
 #include "ReplayPattern.h"
 
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -35,15 +35,15 @@ public:
     void flush();
 
 private:
-    bool findLocked(const ReplayPattern& pattern, size_t* from);
+    bool findLocked(const ReplayPattern& pattern, size_t* from) REQUIRES(mLinesLock);
 
     const std::chrono::steady_clock::time_point mStart;  // immutable
     const bool mTimestamps;                               // immutable
-    std::mutex mLinesLock;             // guards mLines, mPrinted, mAwaitFrom
+    HostMutex mLinesLock;              // guards mLines, mPrinted, mAwaitFrom
     std::condition_variable mAdded;
-    std::vector<std::string> mLines;
-    std::vector<std::string> mPrinted;
-    size_t mAwaitFrom = 0;
+    std::vector<std::string> mLines GUARDED_BY(mLinesLock);
+    std::vector<std::string> mPrinted GUARDED_BY(mLinesLock);
+    size_t mAwaitFrom GUARDED_BY(mLinesLock) = 0;
     FILE* const mOut;                  // written under mLinesLock
 };
 

@@ -1,4 +1,5 @@
 #include "ReplayTuner.h"
+#include "HostMutex.h"
 
 #include <cctype>
 #include <cstring>
@@ -35,48 +36,48 @@ T ReplayTuner::take(std::deque<T>* sequence) {
 }
 
 void ReplayTuner::setGetter(const std::string& name, const std::vector<int>& values, bool append) {
-    std::lock_guard<std::mutex> lock(mTunerLock);
+    HostMutex::Autolock lock(mTunerLock);
     std::deque<int>& seq = mGetters[name];
     if (!append) seq.clear();
     seq.insert(seq.end(), values.begin(), values.end());
 }
 
 void ReplayTuner::setTitle(int kind, const ST_DAB_TITLE_TEXT& title, bool append) {
-    std::lock_guard<std::mutex> lock(mTunerLock);
+    HostMutex::Autolock lock(mTunerLock);
     if (!append) mTitles[kind].clear();
     mTitles[kind].push_back(title);
 }
 
 void ReplayTuner::setDls(const ST_DAB_DLS_TEXT& dls, bool append) {
-    std::lock_guard<std::mutex> lock(mTunerLock);
+    HostMutex::Autolock lock(mTunerLock);
     if (!append) mDls.clear();
     mDls.push_back(dls);
 }
 
 void ReplayTuner::setPch(const ST_DAB_PCH_LIST_ITEM& item, bool append) {
-    std::lock_guard<std::mutex> lock(mTunerLock);
+    HostMutex::Autolock lock(mTunerLock);
     if (!append) mPch.clear();
     mPch.push_back(item);
 }
 
 void ReplayTuner::setSvc(const ST_DAB_SVC_LIST_DATA& item, bool append) {
-    std::lock_guard<std::mutex> lock(mTunerLock);
+    HostMutex::Autolock lock(mTunerLock);
     if (!append) mSvc.clear();
     mSvc.push_back(item);
 }
 
 void ReplayTuner::setPreset(int bank, int number, const ST_DAB_PCH_LIST_ITEM& item) {
-    std::lock_guard<std::mutex> lock(mTunerLock);
+    HostMutex::Autolock lock(mTunerLock);
     mPresets[bank - 1][number - 1] = item;
 }
 
 void ReplayTuner::addListEntry(const std::string& kind, const ST_DAB_SVC_LIST_DATA& item) {
-    std::lock_guard<std::mutex> lock(mTunerLock);
+    HostMutex::Autolock lock(mTunerLock);
     mLists[kind].push_back(item);
 }
 
 void ReplayTuner::setAnswering(bool on, int delayMs) {
-    std::lock_guard<std::mutex> lock(mTunerLock);
+    HostMutex::Autolock lock(mTunerLock);
     mAnswering = on;
     mAnswerDelayMs = delayMs;
     if (on && !mAnswerThread.joinable()) {
@@ -88,7 +89,7 @@ void ReplayTuner::setAnswering(bool on, int delayMs) {
 }
 
 void ReplayTuner::setCommandHook(std::function<void(const std::string&)> hook) {
-    std::lock_guard<std::mutex> lock(mTunerLock);
+    HostMutex::Autolock lock(mTunerLock);
     mHook = std::move(hook);
 }
 
@@ -96,7 +97,7 @@ void ReplayTuner::notify(int id, int value) {
     DABNotifyCallback cb;
     void* cookie;
     {
-        std::lock_guard<std::mutex> lock(mTunerLock);
+        HostMutex::Autolock lock(mTunerLock);
         cb = mCallback;
         cookie = mCookie;
     }
@@ -104,7 +105,7 @@ void ReplayTuner::notify(int id, int value) {
 }
 
 int ReplayTuner::initialize(DABNotifyCallback callback, void* cookie) {
-    std::lock_guard<std::mutex> lock(mTunerLock);
+    HostMutex::Autolock lock(mTunerLock);
     mCallback = callback;
     mCookie = cookie;
     return 0;
@@ -113,7 +114,7 @@ int ReplayTuner::initialize(DABNotifyCallback callback, void* cookie) {
 int ReplayTuner::hooked(const std::string& text) {
     std::function<void(const std::string&)> hook;
     {
-        std::lock_guard<std::mutex> lock(mTunerLock);
+        HostMutex::Autolock lock(mTunerLock);
         hook = mHook;
     }
     if (hook) hook(text);
@@ -132,7 +133,7 @@ int ReplayTuner::serviceRecall(unsigned char nm, unsigned short eid, unsigned lo
 
 int ReplayTuner::pchListReq(uint8_t bandCode) {
     hooked(callText("pchListReq", {bandCode}));
-    std::lock_guard<std::mutex> lock(mTunerLock);
+    HostMutex::Autolock lock(mTunerLock);
     if (!mAnswering || bandCode > 3) return 0;
     int bank = bandCode + 1;
     if (bandCode == 3) {
@@ -177,35 +178,35 @@ void ReplayTuner::answerItemLocked(const std::string& kind, int position) {
 
 int ReplayTuner::ensembleListItemReq(uint8_t position) {
     hooked(callText("ensembleListItemReq", {position}));
-    std::lock_guard<std::mutex> lock(mTunerLock);
+    HostMutex::Autolock lock(mTunerLock);
     answerItemLocked("ensemble", position);
     return 0;
 }
 
 int ReplayTuner::svcCompListItemReq(uint8_t position, uint8_t r1, uint8_t r2) {
     hooked(callText("svcCompListItemReq", {position, r1, r2}));
-    std::lock_guard<std::mutex> lock(mTunerLock);
+    HostMutex::Autolock lock(mTunerLock);
     answerItemLocked("service", position);
     return 0;
 }
 
 int ReplayTuner::ptyListItemReq(uint8_t position, uint8_t group) {
     hooked(callText("ptyListItemReq", {position, group}));
-    std::lock_guard<std::mutex> lock(mTunerLock);
+    HostMutex::Autolock lock(mTunerLock);
     if (group >= 1 && group <= 4) answerItemLocked("pty" + std::to_string(group), position);
     return 0;
 }
 
 int ReplayTuner::ensembleCompListItemReq(uint8_t position, uint16_t eid) {
     hooked(callText("ensembleCompListItemReq", {position, eid}));
-    std::lock_guard<std::mutex> lock(mTunerLock);
+    HostMutex::Autolock lock(mTunerLock);
     answerItemLocked("component" + std::to_string(eid), position);
     return 0;
 }
 
 int ReplayTuner::svcListAbcSearchLabelReq(unsigned char position, unsigned char letter, unsigned char reserved) {
     hooked(callText("svcListAbcSearchLabelReq", {position, letter, reserved}));
-    std::lock_guard<std::mutex> lock(mTunerLock);
+    HostMutex::Autolock lock(mTunerLock);
     if (!mAnswering) return 0;
     // The first service from position on whose label starts with the letter (0: with no
     // Latin letter); the answer is its position, 0 when none matched.
@@ -240,12 +241,12 @@ void ReplayTuner::queueAnswersLocked(std::vector<Answer> answers) {
 }
 
 void ReplayTuner::answerLoop() {
-    std::unique_lock<std::mutex> lock(mTunerLock);
+    HostMutex::Autolock lock(mTunerLock);
     for (;;) {
-        mQueued.wait(lock, [this] { return !mAnswers.empty(); });
+        mQueued.wait(lock.native(), [this]() REQUIRES(mTunerLock) { return !mAnswers.empty(); });
         const auto due = mAnswers.front().first;
         if (std::chrono::steady_clock::now() < due) {
-            mQueued.wait_until(lock, due);
+            mQueued.wait_until(lock.native(), due);
             continue;
         }
         Answer answer = mAnswers.front().second;
@@ -261,27 +262,27 @@ void ReplayTuner::answerLoop() {
 }
 
 int ReplayTuner::getter(const char* name) {
-    std::lock_guard<std::mutex> lock(mTunerLock);
+    HostMutex::Autolock lock(mTunerLock);
     auto it = mGetters.find(name);
     return it == mGetters.end() ? 0 : take(&it->second);
 }
 
 int ReplayTuner::getTitleData(EN_DAB_TEXT_TYPE type, ST_DAB_TITLE_TEXT* out) {
-    std::lock_guard<std::mutex> lock(mTunerLock);
+    HostMutex::Autolock lock(mTunerLock);
     if (type < 0 || type > 2 || out == nullptr) return -1;
     *out = take(&mTitles[type]);
     return 0;
 }
 
 int ReplayTuner::getDlsData(ST_DAB_DLS_TEXT* out) {
-    std::lock_guard<std::mutex> lock(mTunerLock);
+    HostMutex::Autolock lock(mTunerLock);
     if (out == nullptr) return -1;
     *out = take(&mDls);
     return 0;
 }
 
 int ReplayTuner::getPchListItem(ST_DAB_PCH_LIST_ITEM* out) {
-    std::lock_guard<std::mutex> lock(mTunerLock);
+    HostMutex::Autolock lock(mTunerLock);
     if (out == nullptr) return -1;
     const bool answering = mDelivering != nullptr && std::this_thread::get_id() == mAnswerThreadId;
     *out = answering && mDelivering->isPch ? mDelivering->pch : take(&mPch);
@@ -289,7 +290,7 @@ int ReplayTuner::getPchListItem(ST_DAB_PCH_LIST_ITEM* out) {
 }
 
 int ReplayTuner::getSvcListItem(ST_DAB_SVC_LIST_DATA* out) {
-    std::lock_guard<std::mutex> lock(mTunerLock);
+    HostMutex::Autolock lock(mTunerLock);
     if (out == nullptr) return -1;
     const bool answering = mDelivering != nullptr && std::this_thread::get_id() == mAnswerThreadId;
     *out = answering && !mDelivering->isPch ? mDelivering->svc : take(&mSvc);

@@ -2,13 +2,13 @@
 #define DAB_TOOLS_REPLAYTUNER_H
 
 #include "DABLibBackend.h"
+#include "HostMutex.h"
 
 #include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -74,28 +74,28 @@ private:
     template <typename T>
     static T take(std::deque<T>* sequence);
     int hooked(const std::string& text);
-    void queueAnswersLocked(std::vector<Answer> answers);
-    void answerItemLocked(const std::string& kind, int position);
+    void queueAnswersLocked(std::vector<Answer> answers) REQUIRES(mTunerLock);
+    void answerItemLocked(const std::string& kind, int position) REQUIRES(mTunerLock);
     void answerLoop();
 
-    std::mutex mTunerLock;  // guards everything below
+    HostMutex mTunerLock;  // guards everything below
     std::condition_variable mQueued;
-    std::map<std::string, std::deque<int>> mGetters;
-    std::deque<media_lib_dab::ST_DAB_TITLE_TEXT> mTitles[3];
-    std::deque<media_lib_dab::ST_DAB_DLS_TEXT> mDls;
-    std::deque<media_lib_dab::ST_DAB_PCH_LIST_ITEM> mPch;
-    std::deque<media_lib_dab::ST_DAB_SVC_LIST_DATA> mSvc;
-    media_lib_dab::ST_DAB_PCH_LIST_ITEM mPresets[3][6];
-    std::map<std::string, std::vector<media_lib_dab::ST_DAB_SVC_LIST_DATA>> mLists;
-    bool mAnswering = false;
-    int mAnswerDelayMs = 0;
-    std::deque<std::pair<std::chrono::steady_clock::time_point, Answer>> mAnswers;
-    std::thread::id mAnswerThreadId;
+    std::map<std::string, std::deque<int>> mGetters GUARDED_BY(mTunerLock);
+    std::deque<media_lib_dab::ST_DAB_TITLE_TEXT> mTitles[3] GUARDED_BY(mTunerLock);
+    std::deque<media_lib_dab::ST_DAB_DLS_TEXT> mDls GUARDED_BY(mTunerLock);
+    std::deque<media_lib_dab::ST_DAB_PCH_LIST_ITEM> mPch GUARDED_BY(mTunerLock);
+    std::deque<media_lib_dab::ST_DAB_SVC_LIST_DATA> mSvc GUARDED_BY(mTunerLock);
+    media_lib_dab::ST_DAB_PCH_LIST_ITEM mPresets[3][6] GUARDED_BY(mTunerLock);
+    std::map<std::string, std::vector<media_lib_dab::ST_DAB_SVC_LIST_DATA>> mLists GUARDED_BY(mTunerLock);
+    bool mAnswering GUARDED_BY(mTunerLock) = false;
+    int mAnswerDelayMs GUARDED_BY(mTunerLock) = 0;
+    std::deque<std::pair<std::chrono::steady_clock::time_point, Answer>> mAnswers GUARDED_BY(mTunerLock);
+    std::thread::id mAnswerThreadId GUARDED_BY(mTunerLock);
     const Answer* mDelivering = nullptr;  // the answer being delivered on the answering thread
-    std::thread mAnswerThread;
-    std::function<void(const std::string&)> mHook;
-    media_lib_dab::DABNotifyCallback mCallback = nullptr;
-    void* mCookie = nullptr;
+    std::thread mAnswerThread GUARDED_BY(mTunerLock);
+    std::function<void(const std::string&)> mHook GUARDED_BY(mTunerLock);
+    media_lib_dab::DABNotifyCallback mCallback GUARDED_BY(mTunerLock) = nullptr;
+    void* mCookie GUARDED_BY(mTunerLock) = nullptr;
 };
 
 #endif  // DAB_TOOLS_REPLAYTUNER_H

@@ -1,4 +1,5 @@
 #include "EventHub.h"
+#include "HostMutex.h"
 
 namespace dabweb {
 
@@ -9,7 +10,7 @@ uint64_t EventHub::publish(const char* type, const nlohmann::ordered_json& data)
     std::string body = data.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
     uint64_t seq = 0;
     {
-        std::lock_guard<std::mutex> lock(mEventsLock);
+        HostMutex::Autolock lock(mEventsLock);
         seq = mFirstSeq + mEvents.size();
         std::string record = "id: " + std::to_string(seq) + "\nevent: " + type + "\ndata: ";
         record += body;
@@ -25,15 +26,15 @@ uint64_t EventHub::publish(const char* type, const nlohmann::ordered_json& data)
 }
 
 uint64_t EventHub::nextSeq() {
-    std::lock_guard<std::mutex> lock(mEventsLock);
+    HostMutex::Autolock lock(mEventsLock);
     return mFirstSeq + mEvents.size();
 }
 
 EventHub::WaitResult EventHub::waitFrom(uint64_t* next, std::chrono::milliseconds timeout,
                                         size_t maxEvents, std::string* out) {
     out->clear();
-    std::unique_lock<std::mutex> lock(mEventsLock);
-    const bool woken = mChanged.wait_for(lock, timeout, [&] {
+    HostMutex::Autolock lock(mEventsLock);
+    const bool woken = mChanged.wait_for(lock.native(), timeout, [&]() REQUIRES(mEventsLock) {
         return mClosed || *next < mFirstSeq + mEvents.size();
     });
     if (mClosed) return kClosed;
@@ -47,7 +48,7 @@ EventHub::WaitResult EventHub::waitFrom(uint64_t* next, std::chrono::millisecond
 
 void EventHub::close() {
     {
-        std::lock_guard<std::mutex> lock(mEventsLock);
+        HostMutex::Autolock lock(mEventsLock);
         mClosed = true;
     }
     mChanged.notify_all();

@@ -1,13 +1,14 @@
 #ifndef DAB_TOOLS_DABWEB_EVENTHUB_H
 #define DAB_TOOLS_DABWEB_EVENTHUB_H
 
+#include "HostMutex.h"
+
 #include <nlohmann/json.hpp>
 
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -44,11 +45,11 @@ public:
     void close();
 
 private:
-    std::mutex mEventsLock;              // guards every field below
+    HostMutex mEventsLock;               // guards every field below
     std::condition_variable mChanged;    // with mEventsLock: an event arrived or the hub closed
-    std::deque<std::string> mEvents;     // the window, formatted as SSE records
-    uint64_t mFirstSeq;                  // the number of mEvents.front()
-    bool mClosed;
+    std::deque<std::string> mEvents GUARDED_BY(mEventsLock);  // the window, formatted as SSE records
+    uint64_t mFirstSeq GUARDED_BY(mEventsLock);  // the number of mEvents.front()
+    bool mClosed GUARDED_BY(mEventsLock);
 };
 
 }  // namespace dabweb

@@ -2,6 +2,7 @@
 
 #include "ControlClient.h"
 #include "DABServerDefs.h"
+#include "HostMutex.h"
 #include "PlayerOperations.h"
 
 #include <codeconver/CodeConver.h>
@@ -53,7 +54,7 @@ void RadioLink::start() { mThread = std::thread(&RadioLink::threadLoop, this); }
 
 void RadioLink::stop() {
     {
-        std::lock_guard<std::mutex> lock(mQueueLock);
+        HostMutex::Autolock lock(mQueueLock);
         mStopping = true;
     }
     mQueueChanged.notify_all();
@@ -61,13 +62,13 @@ void RadioLink::stop() {
 }
 
 sp<IDABPlayer> RadioLink::player() {
-    std::lock_guard<std::mutex> lock(mConnectionLock);
+    HostMutex::Autolock lock(mConnectionLock);
     return mConnection != nullptr ? mConnection->player() : nullptr;
 }
 
 bool RadioLink::waitForStop(std::chrono::milliseconds d) {
-    std::unique_lock<std::mutex> lock(mQueueLock);
-    return mQueueChanged.wait_for(lock, d, [this] { return mStopping; });
+    HostMutex::Autolock lock(mQueueLock);
+    return mQueueChanged.wait_for(lock.native(), d, [this]() REQUIRES(mQueueLock) { return mStopping; });
 }
 
 bool RadioLink::connect() {
@@ -76,27 +77,27 @@ bool RadioLink::connect() {
     if (c->connect(&error) != dabclient::PlayerConnection::CONNECTED) return false;
     unsigned generation = 0;
     {
-        std::lock_guard<std::mutex> lock(mQueueLock);
+        HostMutex::Autolock lock(mQueueLock);
         generation = ++mGeneration;
         mDied = false;
         mQueue.clear();
     }
     c->sink()->setHandler([this, generation](const Notification& n) {
         {
-            std::lock_guard<std::mutex> lock(mQueueLock);
+            HostMutex::Autolock lock(mQueueLock);
             mQueue.push_back(Queued{generation, n});
         }
         mQueueChanged.notify_all();
     });
     c->setOnDeath([this, generation] {
         {
-            std::lock_guard<std::mutex> lock(mQueueLock);
+            HostMutex::Autolock lock(mQueueLock);
             if (generation == mGeneration) mDied = true;
         }
         mQueueChanged.notify_all();
     });
     {
-        std::lock_guard<std::mutex> lock(mConnectionLock);
+        HostMutex::Autolock lock(mConnectionLock);
         mConnection = c;
     }
     fprintf(stderr, "dabweb: connected to the DAB player service\n");
@@ -220,13 +221,13 @@ void RadioLink::readPresets(bool lastPass) {
 void RadioLink::disconnected() {
     sp<dabclient::PlayerConnection> old;
     {
-        std::lock_guard<std::mutex> lock(mConnectionLock);
+        HostMutex::Autolock lock(mConnectionLock);
         old = mConnection;
         mConnection = nullptr;
     }
     if (old != nullptr) old->sink()->setHandler(nullptr);
     {
-        std::lock_guard<std::mutex> lock(mQueueLock);
+        HostMutex::Autolock lock(mQueueLock);
         mDied = false;
         mQueue.clear();
         ++mGeneration;
@@ -247,12 +248,12 @@ void RadioLink::threadLoop() {
         std::deque<Queued> batch;
         bool died = false;
         {
-            std::unique_lock<std::mutex> lock(mQueueLock);
+            HostMutex::Autolock lock(mQueueLock);
             auto wake = std::chrono::steady_clock::now() + kIdleWake;
             if (mPresetsDue != 0) wake = std::min(wake, mPresetsDueAt);
             if (mPresetsRecheck != 0) wake = std::min(wake, mPresetsRecheckAt);
-            mQueueChanged.wait_until(lock, wake,
-                                     [this] { return mStopping || mDied || !mQueue.empty(); });
+            mQueueChanged.wait_until(lock.native(), wake,
+                                     [this]() REQUIRES(mQueueLock) { return mStopping || mDied || !mQueue.empty(); });
             if (mStopping) return;
             died = mDied;
             batch.swap(mQueue);

@@ -2,13 +2,13 @@
 #define DAB_TOOLS_DABWEB_RADIOLINK_H
 
 #include "EventHub.h"
+#include "HostMutex.h"
 #include "PlayerConnection.h"
 #include "RadioModel.h"
 
 #include <chrono>
 #include <condition_variable>
 #include <deque>
-#include <mutex>
 #include <thread>
 
 namespace dabweb {
@@ -52,15 +52,15 @@ private:
     EventHub& mHub;      // immutable; locks of its own
     std::thread mThread;  // main thread only
 
-    std::mutex mQueueLock;             // guards the four fields below
+    HostMutex mQueueLock;              // guards the four fields below
     std::condition_variable mQueueChanged;  // with mQueueLock
-    std::deque<Queued> mQueue;         // notifications not yet applied
-    bool mStopping;
-    bool mDied;                        // the connected service went away
-    unsigned mGeneration;              // counts connections; stale notifications are dropped
+    std::deque<Queued> mQueue GUARDED_BY(mQueueLock);  // notifications not yet applied
+    bool mStopping GUARDED_BY(mQueueLock);
+    bool mDied GUARDED_BY(mQueueLock);  // the connected service went away
+    unsigned mGeneration GUARDED_BY(mQueueLock);  // counts connections; stale notifications are dropped
 
-    std::mutex mConnectionLock;  // guards mConnection
-    android::sp<dabclient::PlayerConnection> mConnection;  // null while not connected
+    HostMutex mConnectionLock;  // guards mConnection
+    android::sp<dabclient::PlayerConnection> mConnection GUARDED_BY(mConnectionLock);  // null while not connected
 
     // Link thread only.
     uint64_t mNotifySeq;

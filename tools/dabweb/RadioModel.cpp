@@ -2,6 +2,7 @@
 
 #include "DABChannelTable.h"
 #include "DABServerDefs.h"
+#include "HostMutex.h"
 #include "NotifyNames.h"
 #include "TextConversion.h"
 
@@ -115,7 +116,7 @@ RadioModel::RadioModel() {
 }
 
 json RadioModel::state() const {
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     return mState;
 }
 
@@ -155,7 +156,7 @@ json RadioModel::reset(const dabclient::RadioSnapshot& snapshot, const json& pre
     patch["playing"] = ts.is_number_integer() && ts.get<int>() >= 1 && ts.get<int>() <= 4
                                ? json(ts.get<int>() != 4)
                                : json(nullptr);
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     for (auto it = patch.begin(); it != patch.end(); ++it) mState[it.key()] = it.value();
     json text = json::object();
     setTextLocked("dynamicText", patch["dynamicText"], &text);
@@ -164,7 +165,7 @@ json RadioModel::reset(const dabclient::RadioSnapshot& snapshot, const json& pre
 }
 
 json RadioModel::setRunning(bool running) {
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     mState["running"] = running;
     if (!running) mState["active"] = false;
     return json{{"running", running}, {"active", mState["active"]}};
@@ -180,7 +181,7 @@ json RadioModel::apply(const Notification& n, uint64_t seq) {
                   {"ext1", n.ext1}, {"ext2", n.ext2}};
     if (n.hasParcel) entry["text"] = n.text;
 
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     // A notification means the source answers; the state says so before the first snapshot.
     if (const char* key = plainKey(n.id)) {
         patch[key] = n.ext1;
@@ -241,7 +242,7 @@ void RadioModel::setTextLocked(const char* key, const json& value, json* patch) 
 
 json RadioModel::setText(const char* key, const json& value) {
     json patch = json::object();
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     setTextLocked(key, value, &patch);
     mState[key] = value;
     return patch;
@@ -251,13 +252,13 @@ json RadioModel::setPreset(int band, int index, const json& preset) {
     if (band < 1 || band > kBands || index < 0 || index >= dabclient::RadioSnapshot::kPresetsPerBand) {
         return json::object();
     }
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     mState["presets"][static_cast<size_t>(band - 1)][static_cast<size_t>(index)] = preset;
     return json{{"presets", mState["presets"]}};
 }
 
 json RadioModel::setListItem(const ListKind& kind, int index, const json& item) {
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     json& list = mState["lists"][kind.name];
     json& items = list["items"];
     if (index < 0 || index >= kMaxListItems) return json::object();
@@ -269,13 +270,13 @@ json RadioModel::setListItem(const ListKind& kind, int index, const json& item) 
 }
 
 json RadioModel::setInfobar(const json& infobar) {
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     mState["infobar"] = infobar;
     return json{{"infobar", infobar}};
 }
 
 void RadioModel::clearList(const ListKind& kind) {
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     mState["lists"][kind.name] = {{"count", nullptr}, {"items", json::array()}};
 }
 
@@ -291,8 +292,8 @@ bool RadioModel::listComplete(const ListKind& kind) const {
 }
 
 bool RadioModel::waitForList(const ListKind& kind, std::chrono::milliseconds timeout, json* list) {
-    std::unique_lock<std::mutex> lock(mStateLock);
-    const bool complete = mListChanged.wait_for(lock, timeout, [&] { return listComplete(kind); });
+    HostMutex::Autolock lock(mStateLock);
+    const bool complete = mListChanged.wait_for(lock.native(), timeout, [&]() REQUIRES(mStateLock) { return listComplete(kind); });
     *list = mState["lists"][kind.name];
     return complete;
 }

@@ -1,6 +1,7 @@
 #ifndef DAB_TOOLS_DABWEB_RADIOMODEL_H
 #define DAB_TOOLS_DABWEB_RADIOMODEL_H
 
+#include "HostMutex.h"
 #include "NotificationSink.h"
 #include "RadioSnapshot.h"
 
@@ -9,7 +10,6 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
-#include <mutex>
 #include <string>
 
 namespace dabweb {
@@ -70,12 +70,12 @@ public:
     static json itemJson(int result, const dabclient::ConvertedText& label);
 
 private:
-    bool listComplete(const ListKind& kind) const;  // with mStateLock held
-    void setTextLocked(const char* key, const json& value, json* patch);  // with mStateLock held
+    bool listComplete(const ListKind& kind) const REQUIRES(mStateLock);
+    void setTextLocked(const char* key, const json& value, json* patch) REQUIRES(mStateLock);
 
-    mutable std::mutex mStateLock;       // guards mState
+    mutable HostMutex mStateLock;        // guards mState
     std::condition_variable mListChanged;  // with mStateLock: a list item or size arrived
-    json mState;                         // guarded by mStateLock
+    json mState GUARDED_BY(mStateLock);
 };
 
 }  // namespace dabweb

@@ -8,6 +8,7 @@
 // Exit status: 0 nothing lost or reordered (and p99 within the limit when one is given),
 // 1 something was, 2 usage.
 #include "ControlClient.h"
+#include "HostMutex.h"
 #include "ToolArgs.h"
 
 #include <headunit/HeadUnitNames.h>
@@ -20,7 +21,6 @@
 #include <condition_variable>
 #include <cstdio>
 #include <cstring>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -42,24 +42,24 @@ struct Options {
 
 // One event-stream client: the signal levels it received and when.
 struct StreamClient {
-    std::mutex lock;  // guards every field below
-    bool connected = false;
-    std::vector<int> levels;
-    std::vector<Clock::time_point> arrivals;
-    std::string buffer;
+    HostMutex lock;  // guards every field below
+    bool connected GUARDED_BY(lock) = false;
+    std::vector<int> levels GUARDED_BY(lock);
+    std::vector<Clock::time_point> arrivals GUARDED_BY(lock);
+    std::string buffer GUARDED_BY(lock);
 };
 
 std::atomic<bool> gStop(false);
-std::mutex gWakeLock;
+HostMutex gWakeLock;
 std::condition_variable gWake;  // a client connected or received
 
 void wake() {
-    std::lock_guard<std::mutex> lock(gWakeLock);
+    HostMutex::Autolock lock(gWakeLock);
     gWake.notify_all();
 }
 
 // Parses whole SSE records out of the buffer; keeps an incomplete one.
-void consume(StreamClient& c, const Clock::time_point now) {
+void consume(StreamClient& c, const Clock::time_point now) REQUIRES(c.lock) {
     size_t end;
     while ((end = c.buffer.find("\n\n")) != std::string::npos) {
         const std::string record = c.buffer.substr(0, end);
@@ -93,7 +93,7 @@ void runClient(int port, StreamClient* c) {
         client.Get("/api/events", httplib::Headers(), [c](const char* data, size_t len) {
             const Clock::time_point now = Clock::now();
             {
-                std::lock_guard<std::mutex> lock(c->lock);
+                HostMutex::Autolock lock(c->lock);
                 c->buffer.append(data, len);
                 consume(*c, now);
             }
@@ -102,7 +102,7 @@ void runClient(int port, StreamClient* c) {
         });
         // A stream that ended is a failure unless we stopped it: what it missed counts as lost.
         if (!gStop.load()) {
-            std::lock_guard<std::mutex> lock(c->lock);
+            HostMutex::Autolock lock(c->lock);
             if (c->connected) return;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
@@ -150,17 +150,17 @@ int main(int argc, char** argv) {
     for (StreamClient& c : clients) threads.emplace_back(runClient, o.port, &c);
     auto allConnected = [&] {
         for (StreamClient& c : clients) {
-            std::lock_guard<std::mutex> lock(c.lock);
+            HostMutex::Autolock lock(c.lock);
             if (!c.connected) return false;
         }
         return true;
     };
     {
-        std::unique_lock<std::mutex> lock(gWakeLock);
-        gWake.wait_for(lock, std::chrono::seconds(20), [&] {
-            lock.unlock();
+        HostMutex::Autolock lock(gWakeLock);
+        gWake.wait_for(lock.native(), std::chrono::seconds(20), [&]() REQUIRES(gWakeLock) {
+            gWakeLock.unlock();
             const bool all = allConnected();
-            lock.lock();
+            gWakeLock.lock();
             return all;
         });
     }
@@ -187,16 +187,16 @@ int main(int argc, char** argv) {
         }
         auto allReceived = [&] {
             for (StreamClient& c : clients) {
-                std::lock_guard<std::mutex> lock(c.lock);
+                HostMutex::Autolock lock(c.lock);
                 if (c.levels.size() < sent.size()) return false;
             }
             return true;
         };
-        std::unique_lock<std::mutex> lock(gWakeLock);
-        gWake.wait_for(lock, std::chrono::seconds(20), [&] {
-            lock.unlock();
+        HostMutex::Autolock lock(gWakeLock);
+        gWake.wait_for(lock.native(), std::chrono::seconds(20), [&]() REQUIRES(gWakeLock) {
+            gWakeLock.unlock();
             const bool all = allReceived();
-            lock.lock();
+            gWakeLock.lock();
             return all;
         });
     }
@@ -209,6 +209,7 @@ int main(int argc, char** argv) {
     int lost = 0;
     int reordered = 0;
     for (StreamClient& c : clients) {
+        HostMutex::Autolock lock(c.lock);  // the client threads are joined; keeps the analysis whole
         const size_t got = c.levels.size();
         if (got < sent.size()) {
             lost += static_cast<int>(sent.size() - got);

@@ -1,11 +1,12 @@
 #include "DelayedTasks.h"
+#include "HostMutex.h"
 
 DelayedTasks::DelayedTasks() : mNextSeq(0), mStopping(false) {}
 
 DelayedTasks::~DelayedTasks() { stop(); }
 
 void DelayedTasks::post(int delayMs, std::function<void()> task) {
-    std::lock_guard<std::mutex> lock(mTasksLock);
+    HostMutex::Autolock lock(mTasksLock);
     if (mStopping) return;
     const Clock::time_point due = Clock::now() + std::chrono::milliseconds(delayMs);
     mTasks.emplace(std::make_pair(due, mNextSeq++), std::move(task));
@@ -16,7 +17,7 @@ void DelayedTasks::post(int delayMs, std::function<void()> task) {
 void DelayedTasks::stop() {
     std::thread thread;
     {
-        std::lock_guard<std::mutex> lock(mTasksLock);
+        HostMutex::Autolock lock(mTasksLock);
         mStopping = true;
         mTasks.clear();
         thread.swap(mThread);
@@ -26,15 +27,15 @@ void DelayedTasks::stop() {
 }
 
 void DelayedTasks::threadLoop() {
-    std::unique_lock<std::mutex> lock(mTasksLock);
+    HostMutex::Autolock lock(mTasksLock);
     while (!mStopping) {
         if (mTasks.empty()) {
-            mTasksChanged.wait(lock);
+            mTasksChanged.wait(lock.native());
             continue;
         }
         const auto due = mTasks.begin()->first.first;
         if (Clock::now() < due) {
-            mTasksChanged.wait_until(lock, due);
+            mTasksChanged.wait_until(lock.native(), due);
             continue;
         }
         std::function<void()> task = std::move(mTasks.begin()->second);

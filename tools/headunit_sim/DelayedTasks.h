@@ -1,12 +1,13 @@
 #ifndef DAB_TOOLS_HEADUNIT_SIM_DELAYEDTASKS_H
 #define DAB_TOOLS_HEADUNIT_SIM_DELAYEDTASKS_H
 
+#include "HostMutex.h"
+
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <thread>
 #include <utility>
 
@@ -30,12 +31,12 @@ private:
     using Clock = std::chrono::steady_clock;
     void threadLoop();
 
-    std::mutex mTasksLock;                   // guards the fields below
+    HostMutex mTasksLock;                    // guards the fields below
     std::condition_variable mTasksChanged;   // signalled under mTasksLock
-    std::map<std::pair<Clock::time_point, uint64_t>, std::function<void()>> mTasks;  // mTasksLock
-    uint64_t mNextSeq;                       // guarded by mTasksLock
-    bool mStopping;                          // guarded by mTasksLock
-    std::thread mThread;                     // guarded by mTasksLock
+    std::map<std::pair<Clock::time_point, uint64_t>, std::function<void()>> mTasks GUARDED_BY(mTasksLock);
+    uint64_t mNextSeq GUARDED_BY(mTasksLock);
+    bool mStopping GUARDED_BY(mTasksLock);
+    std::thread mThread GUARDED_BY(mTasksLock);
 };
 
 #endif  // DAB_TOOLS_HEADUNIT_SIM_DELAYEDTASKS_H

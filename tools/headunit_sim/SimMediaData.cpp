@@ -1,5 +1,6 @@
 #include "SimMediaData.h"
 
+#include "HostMutex.h"
 #include "SimClock.h"
 
 #include <headunit/HeadUnitNames.h>
@@ -15,7 +16,7 @@ SimMediaData::SimMediaData() : mAttaches(0) {}
 SimMediaData::~SimMediaData() {}
 
 int SimMediaData::attach() {
-    std::lock_guard<std::mutex> lock(mEntriesLock);
+    HostMutex::Autolock lock(mEntriesLock);
     ++mAttaches;
     return 0;
 }
@@ -24,14 +25,14 @@ int SimMediaData::publish(const String8& key, int value) {
     Entry e{simclock::wallClockText(), simclock::monotonicMs(), std::string(key.string()), value};
     __android_log_print_tag_id(kLogInfo, headunit::kLogTagId, headunit::kLogTag,
                                "media data %s = %d", e.key.c_str(), value);
-    std::lock_guard<std::mutex> lock(mEntriesLock);
+    HostMutex::Autolock lock(mEntriesLock);
     mEntries.push_back(std::move(e));
     while (mEntries.size() > kMaxEntries) mEntries.pop_front();
     return 0;
 }
 
 std::vector<SimMediaData::Entry> SimMediaData::history(const std::string& key) const {
-    std::lock_guard<std::mutex> lock(mEntriesLock);
+    HostMutex::Autolock lock(mEntriesLock);
     std::vector<Entry> out;
     for (const Entry& e : mEntries) {
         if (key.empty() || e.key == key) out.push_back(e);
@@ -40,6 +41,6 @@ std::vector<SimMediaData::Entry> SimMediaData::history(const std::string& key) c
 }
 
 int SimMediaData::attachCount() const {
-    std::lock_guard<std::mutex> lock(mEntriesLock);
+    HostMutex::Autolock lock(mEntriesLock);
     return mAttaches;
 }

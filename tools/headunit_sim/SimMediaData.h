@@ -1,11 +1,12 @@
 #ifndef DAB_TOOLS_HEADUNIT_SIM_SIMMEDIADATA_H
 #define DAB_TOOLS_HEADUNIT_SIM_SIMMEDIADATA_H
 
+#include "HostMutex.h"
+
 #include <headunit/IHeadUnitMediaData.h>
 
 #include <cstdint>
 #include <deque>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -38,9 +39,9 @@ private:
     // Keeps this many values; older ones are dropped.
     static constexpr size_t kMaxEntries = 10000;
 
-    mutable std::mutex mEntriesLock;  // guards the fields below
-    std::deque<Entry> mEntries;       // guarded by mEntriesLock
-    int mAttaches;                    // guarded by mEntriesLock
+    mutable HostMutex mEntriesLock;  // guards the fields below
+    std::deque<Entry> mEntries GUARDED_BY(mEntriesLock);
+    int mAttaches GUARDED_BY(mEntriesLock);
 };
 
 #endif  // DAB_TOOLS_HEADUNIT_SIM_SIMMEDIADATA_H

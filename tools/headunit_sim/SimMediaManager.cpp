@@ -1,5 +1,6 @@
 #include "SimMediaManager.h"
 
+#include "HostMutex.h"
 #include "SimClock.h"
 
 #include <headunit/HeadUnitNames.h>
@@ -39,7 +40,7 @@ int SimMediaManager::createSource(const String8& name8,
     int id = 0;
     int64_t afterRestart = -1;
     {
-        std::lock_guard<std::mutex> lock(mStateLock);
+        HostMutex::Autolock lock(mStateLock);
         if (now < mRefuseUntilMs) {
             __android_log_print_tag_id(kLogInfo, headunit::kLogTagId, headunit::kLogTag,
                                        "media manager restarting: source %s refused",
@@ -76,7 +77,7 @@ int SimMediaManager::registerSource(const String8& name8, int code, Parcel* repl
     const std::string name(name8.string());
     int id = 0;
     {
-        std::lock_guard<std::mutex> lock(mStateLock);
+        HostMutex::Autolock lock(mStateLock);
         auto it = mSources.find(name);
         if (it == mSources.end()) return -1;
         it->second.view.registered = true;
@@ -91,7 +92,7 @@ int SimMediaManager::registerSource(const String8& name8, int code, Parcel* repl
 
 int SimMediaManager::publishMediaInfo(const String8& name8, const MediaInfoParcel& info) {
     const std::string name(name8.string());
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     auto it = mSources.find(name);
     if (it == mSources.end()) return -1;
     SourceView& view = it->second.view;
@@ -107,7 +108,7 @@ int SimMediaManager::publishMediaInfo(const String8& name8, const MediaInfoParce
 int SimMediaManager::setMediaStatus(const String8& name8, int status) {
     const std::string name(name8.string());
     {
-        std::lock_guard<std::mutex> lock(mStateLock);
+        HostMutex::Autolock lock(mStateLock);
         auto it = mSources.find(name);
         if (it == mSources.end()) return -1;
         it->second.view.mediaStatus = status;
@@ -121,7 +122,7 @@ void SimMediaManager::binderDied(const wp<IBinder>& who) {
     std::vector<sp<IHeadUnitSourceListener>> gone;  // dropped after the lock is released
     std::vector<std::string> names;
     {
-        std::lock_guard<std::mutex> lock(mStateLock);
+        HostMutex::Autolock lock(mStateLock);
         for (auto it = mSources.begin(); it != mSources.end();) {
             if (IInterface::asBinder(it->second.listener).get() == who.unsafe_get()) {
                 gone.push_back(it->second.listener);
@@ -139,7 +140,7 @@ void SimMediaManager::binderDied(const wp<IBinder>& who) {
 }
 
 sp<IHeadUnitSourceListener> SimMediaManager::listenerOf(const std::string& name, int* id) {
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     auto it = mSources.find(name);
     if (it == mSources.end()) return nullptr;
     *id = it->second.view.id;
@@ -147,7 +148,7 @@ sp<IHeadUnitSourceListener> SimMediaManager::listenerOf(const std::string& name,
 }
 
 void SimMediaManager::setActive(const std::string& name, int id, bool active) {
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     auto it = mSources.find(name);
     if (it != mSources.end() && it->second.view.id == id) it->second.view.active = active;
 }
@@ -164,7 +165,7 @@ int SimMediaManager::activate(const std::string& name, std::string* message) {
     int previousId = 0;
     sp<IHeadUnitSourceListener> previousListener;
     {
-        std::lock_guard<std::mutex> lock(mStateLock);
+        HostMutex::Autolock lock(mStateLock);
         for (const auto& entry : mSources) {
             if (entry.second.view.active && entry.first != name) {
                 previous = entry.first;
@@ -217,7 +218,7 @@ int SimMediaManager::requestMediaInfo(const std::string& name, std::string* mess
 int SimMediaManager::restart(int downtimeMs, std::string* message) {
     std::map<std::string, Source> old;  // dropped after the lock is released
     {
-        std::lock_guard<std::mutex> lock(mStateLock);
+        HostMutex::Autolock lock(mStateLock);
         old.swap(mSources);
         ++mRestarts;
         mRestartMs = simclock::monotonicMs();
@@ -236,19 +237,19 @@ int SimMediaManager::restart(int downtimeMs, std::string* message) {
 }
 
 std::vector<SimMediaManager::SourceView> SimMediaManager::sources() const {
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     std::vector<SourceView> out;
     for (const auto& entry : mSources) out.push_back(entry.second.view);
     return out;
 }
 
 std::vector<SimMediaManager::RecordView> SimMediaManager::records(size_t max) const {
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     const size_t n = std::min(max, mRecords.size());
     return std::vector<RecordView>(mRecords.end() - static_cast<std::ptrdiff_t>(n), mRecords.end());
 }
 
 int SimMediaManager::restartCount() const {
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     return mRestarts;
 }

@@ -1,12 +1,13 @@
 #ifndef DAB_TOOLS_HEADUNIT_SIM_SIMMEDIAMANAGER_H
 #define DAB_TOOLS_HEADUNIT_SIM_SIMMEDIAMANAGER_H
 
+#include "HostMutex.h"
+
 #include <headunit/IHeadUnitMediaManager.h>
 
 #include <cstdint>
 #include <deque>
 #include <map>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -92,13 +93,13 @@ private:
     // Sets a source's active flag when it is still the one with this id.
     void setActive(const std::string& name, int id, bool active);
 
-    mutable std::mutex mStateLock;            // guards the fields below
-    std::map<std::string, Source> mSources;   // guarded by mStateLock
-    std::deque<RecordView> mRecords;          // guarded by mStateLock
-    int mNextId;                              // guarded by mStateLock
-    int mRestarts;                            // guarded by mStateLock
-    int64_t mRestartMs;      // guarded by mStateLock; monotonic time of the last restart, -1 none
-    int64_t mRefuseUntilMs;  // guarded by mStateLock; new sources are refused until then
+    mutable HostMutex mStateLock;             // guards the fields below
+    std::map<std::string, Source> mSources GUARDED_BY(mStateLock);
+    std::deque<RecordView> mRecords GUARDED_BY(mStateLock);
+    int mNextId GUARDED_BY(mStateLock);
+    int mRestarts GUARDED_BY(mStateLock);
+    int64_t mRestartMs GUARDED_BY(mStateLock);  // monotonic time of the last restart, -1 none
+    int64_t mRefuseUntilMs GUARDED_BY(mStateLock);  // new sources are refused until then
 };
 
 #endif  // DAB_TOOLS_HEADUNIT_SIM_SIMMEDIAMANAGER_H

@@ -1,5 +1,6 @@
 #include "SimSysCtrl.h"
 
+#include "HostMutex.h"
 #include "SimClock.h"
 
 #include <headunit/HeadUnitNames.h>
@@ -31,7 +32,7 @@ int SimSysCtrl::attach(const sp<IHeadUnitSysCtrlListener>& listener, int moduleI
     if (listener == nullptr) return -1;
     int seq = 0;
     {
-        std::lock_guard<std::mutex> lock(mStateLock);
+        HostMutex::Autolock lock(mStateLock);
         seq = mNextSeq++;
         mModules.push_back(Module{listener,
                                   ModuleView{moduleId, flags, kAttached, 0, 0,
@@ -54,7 +55,7 @@ int SimSysCtrl::attach(const sp<IHeadUnitSysCtrlListener>& listener, int moduleI
 
 int SimSysCtrl::detach(const sp<IHeadUnitSysCtrlListener>& listener) {
     sp<IHeadUnitSysCtrlListener> gone;  // dropped after the lock is released
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     for (auto it = mModules.begin(); it != mModules.end(); ++it) {
         if (IInterface::asBinder(it->listener) == IInterface::asBinder(listener)) {
             gone = it->listener;
@@ -66,7 +67,7 @@ int SimSysCtrl::detach(const sp<IHeadUnitSysCtrlListener>& listener) {
 }
 
 bool SimSysCtrl::setState(const IBinder* listener, PowerState state, bool finished) {
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     for (Module& m : mModules) {
         if (IInterface::asBinder(m.listener).get() != listener) continue;
         m.view.state = state;
@@ -90,7 +91,7 @@ void SimSysCtrl::binderDied(const wp<IBinder>& who) {
     std::vector<sp<IHeadUnitSysCtrlListener>> gone;  // dropped after the lock is released
     std::vector<int> ids;
     {
-        std::lock_guard<std::mutex> lock(mStateLock);
+        HostMutex::Autolock lock(mStateLock);
         for (auto it = mModules.begin(); it != mModules.end();) {
             if (IInterface::asBinder(it->listener).get() == who.unsafe_get()) {
                 gone.push_back(it->listener);
@@ -110,7 +111,7 @@ void SimSysCtrl::binderDied(const wp<IBinder>& who) {
 int SimSysCtrl::transition(bool resume, int seq) {
     std::vector<std::pair<sp<IHeadUnitSysCtrlListener>, int>> targets;
     {
-        std::lock_guard<std::mutex> lock(mStateLock);
+        HostMutex::Autolock lock(mStateLock);
         for (Module& m : mModules) {
             if (seq != 0 && m.seq != seq) continue;
             m.view.state = resume ? kResuming : kSuspending;
@@ -143,7 +144,7 @@ int SimSysCtrl::resumeAll(std::string* message) {
 }
 
 std::vector<SimSysCtrl::ModuleView> SimSysCtrl::modules() const {
-    std::lock_guard<std::mutex> lock(mStateLock);
+    HostMutex::Autolock lock(mStateLock);
     std::vector<ModuleView> out;
     for (const Module& m : mModules) out.push_back(m.view);
     return out;

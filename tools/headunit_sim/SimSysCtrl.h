@@ -2,10 +2,10 @@
 #define DAB_TOOLS_HEADUNIT_SIM_SIMSYSCTRL_H
 
 #include "DelayedTasks.h"
+#include "HostMutex.h"
 
 #include <headunit/IHeadUnitSysCtrl.h>
 
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -66,9 +66,9 @@ private:
     bool setState(const android::IBinder* listener, PowerState state, bool finished);
 
     const int mResumeDelayMs;         // immutable
-    mutable std::mutex mStateLock;    // guards the fields below
-    std::vector<Module> mModules;     // guarded by mStateLock
-    int mNextSeq;                     // guarded by mStateLock
+    mutable HostMutex mStateLock;      // guards the fields below
+    std::vector<Module> mModules GUARDED_BY(mStateLock);
+    int mNextSeq GUARDED_BY(mStateLock);
     DelayedTasks mTasks;  // last member: its thread stops before the others go
 };
 

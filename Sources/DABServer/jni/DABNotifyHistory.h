@@ -73,19 +73,19 @@ private:
     DABNotifyHistory& operator=(const DABNotifyHistory&) = delete;
 
     mutable android::Mutex mTunerLock;             // guards mTuner, mTunerNext, mTunerCount
-    DABTunerNotifyRecord mTuner[kTunerCapacity];   // guarded by mTunerLock
-    size_t mTunerNext;                             // guarded by mTunerLock
-    size_t mTunerCount;                            // guarded by mTunerLock
+    DABTunerNotifyRecord mTuner[kTunerCapacity] GUARDED_BY(mTunerLock);
+    size_t mTunerNext GUARDED_BY(mTunerLock);
+    size_t mTunerCount GUARDED_BY(mTunerLock);
 
     mutable android::Mutex mClientLock;              // guards mClient, mClientNext, mClientCount
-    DABClientNotifyRecord mClient[kClientCapacity];  // guarded by mClientLock
-    size_t mClientNext;                              // guarded by mClientLock
-    size_t mClientCount;                             // guarded by mClientLock
+    DABClientNotifyRecord mClient[kClientCapacity] GUARDED_BY(mClientLock);
+    size_t mClientNext GUARDED_BY(mClientLock);
+    size_t mClientCount GUARDED_BY(mClientLock);
 
     mutable android::Mutex mLogicModeLock;  // guards mLogicMode, mLogicModeNext, mLogicModeCount
-    DABLogicModeRecord mLogicMode[kLogicModeCapacity];  // guarded by mLogicModeLock
-    size_t mLogicModeNext;                              // guarded by mLogicModeLock
-    size_t mLogicModeCount;                             // guarded by mLogicModeLock
+    DABLogicModeRecord mLogicMode[kLogicModeCapacity] GUARDED_BY(mLogicModeLock);
+    size_t mLogicModeNext GUARDED_BY(mLogicModeLock);
+    size_t mLogicModeCount GUARDED_BY(mLogicModeLock);
 };
 
 #endif  // DAB_SERVER_DABNOTIFYHISTORY_H

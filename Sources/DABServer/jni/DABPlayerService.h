@@ -5,6 +5,7 @@
 #include "DABListCacher.h"
 #include "DABNotifyHistory.h"
 #include "DABServerDefs.h"
+#include "RelaxedAtomic.h"
 
 #include <dablib/DABLibIF.h>
 #include <dabplayer/IDABPlayerService.h>
@@ -158,12 +159,12 @@ public:
         // The callback's binder for the dump, kept beside mClient so that the dump never
         // waits for mLock.
         mutable android::Mutex mSummaryLock;                   // guards mListenerBinder
-        android::wp<android::IBinder> mListenerBinder;         // guarded by mSummaryLock
-        std::atomic<uint64_t> mSent;     // notifications handed to the callback
-        std::atomic<uint64_t> mDropped;  // notifications that found no callback
+        android::wp<android::IBinder> mListenerBinder GUARDED_BY(mSummaryLock);
+        RelaxedAtomic<uint64_t> mSent;     // notifications handed to the callback
+        RelaxedAtomic<uint64_t> mDropped;  // notifications that found no callback
         // The application's object the death notice is linked on; held so that the link
         // lasts while listeners change.
-        android::sp<android::IBinder> mApplication;            // guarded by mLock
+        android::sp<android::IBinder> mApplication GUARDED_BY(mLock);
         const android::sp<ApplicationDeath> mDeathNotice;      // immutable
     };
 
@@ -369,42 +370,59 @@ private:
     };
 
     // Members. Unless said otherwise: written by one thread (mostly the tuner callback thread
-    // or the binder thread of the operation), read by others without a lock; the single words
-    // are atomics so that such a read is well defined (none of them orders anything else).
+    // or the binder thread of the operation), read by others without a lock. Plain state
+    // values are RelaxedAtomic: a reader needs a whole value, and nothing else is published
+    // through them. The std::atomic ones keep the default sequentially consistent order for
+    // the reason given beside them.
     android::sp<DABSourceController> mController;      // immutable after construction
     android::sp<DABTASourceController> mTAController;  // immutable after construction
-    std::atomic<int> mActiveSourceType;
-    std::atomic<int> mCurrentConnectStatus;
-    std::atomic<int> mCurrentBand;
-    std::atomic<int> mCurrentLogicMode;
-    std::atomic<int> mCurrentBlockId;
-    std::atomic<int> mCurrentServiceFollow;
-    std::atomic<int> mCurrentSignalLevel;
-    std::atomic<int> mCurrentFmLink;
-    std::atomic<int> mCurrentBitRate;
-    std::atomic<int> mCurrentPtyType;
-    std::atomic<int> mCurrentCompTotal;
-    std::atomic<int> mCurrentCompNum;
-    std::atomic<int> mCurrentTotalTime;
-    std::atomic<int> mCurrentCacheTime;
-    std::atomic<int> mCurrentPauseTime;
-    std::atomic<int> mCurrentPlaybackStatus;
-    std::atomic<int> mCurrentDisplayFormat;
-    std::atomic<int> mCurrentErrorType;
-    std::atomic<int> mCurrentAntStatus;
-    std::atomic<int> mCurrentNm;
+    // Written by activate before it raises mActivatePending, which orders it for onResume.
+    RelaxedAtomic<int> mActiveSourceType;
+    RelaxedAtomic<int> mCurrentConnectStatus;
+    RelaxedAtomic<int> mCurrentBand;
+    RelaxedAtomic<int> mCurrentLogicMode;
+    RelaxedAtomic<int> mCurrentBlockId;
+    RelaxedAtomic<int> mCurrentServiceFollow;
+    RelaxedAtomic<int> mCurrentSignalLevel;
+    RelaxedAtomic<int> mCurrentFmLink;
+    RelaxedAtomic<int> mCurrentBitRate;
+    RelaxedAtomic<int> mCurrentPtyType;
+    RelaxedAtomic<int> mCurrentCompTotal;
+    RelaxedAtomic<int> mCurrentCompNum;
+    RelaxedAtomic<int> mCurrentTotalTime;
+    RelaxedAtomic<int> mCurrentCacheTime;
+    RelaxedAtomic<int> mCurrentPauseTime;
+    RelaxedAtomic<int> mCurrentPlaybackStatus;
+    RelaxedAtomic<int> mCurrentDisplayFormat;
+    RelaxedAtomic<int> mCurrentErrorType;
+    RelaxedAtomic<int> mCurrentAntStatus;
+    RelaxedAtomic<int> mCurrentNm;
+    // Gate the preset-list dispatch after activation: activation resets both, the count
+    // reaching the band count clears the flag and tells the worker; seq_cst so that the
+    // callback thread sees the reset together with the activation's other writes.
     std::atomic<int> mFlagReqPrestListSourceOn;
     std::atomic<int> mPresetListNotifyCount;
-    std::atomic<uint16_t> mCurrentEnsembleId;
+    RelaxedAtomic<uint16_t> mCurrentEnsembleId;
+    // A list request's progress, and with mAbcSearchState whether a search was cancelled:
+    // the binder thread sets both before its request, the callback thread reads them as a
+    // pair; seq_cst.
     std::atomic<int> mListCountState;
+    // Raised by activate after the state it resets; operations and getters check it before
+    // they read that state; seq_cst.
     std::atomic<uint8_t> mIsActive;
-    std::atomic<int> mAbcSearchState;
-    std::atomic<int> mCurrentInfoType;
+    std::atomic<int> mAbcSearchState;  // read with mListCountState; seq_cst
+    RelaxedAtomic<int> mCurrentInfoType;  // the labels themselves are read under mPublishLock
     DynamicTextCache mDynamicTextCached;  // tuner callback thread writes
     DABListCacher mListCacher;            // guarded by its own lock
     android::sp<DABListProcessThread> mpListProcessThread GUARDED_BY(mListWorkerLock);
     android::Mutex mListWorkerLock;  // guards the mpListProcessThread reference only
+    // Set to "has data" after mDynamicTextCached is filled; getDynamicText reads the cache
+    // only when it sees that, so it publishes the cache; seq_cst.
     std::atomic<int> isDynamicTextCached;
+    // The busy states of the tuning operations and the seek direction: set by binder threads,
+    // ended by the callback thread and the worker's time-out, and read together by getters
+    // and the dispatch (each start clears the others in order); seq_cst, so every thread sees
+    // those writes in one order.
     std::atomic<int> isInPresetUpDown;
     std::atomic<int> isInSeekCancel;
     std::atomic<int> isInPresetMemoryExtend;
@@ -412,7 +430,7 @@ private:
     std::atomic<int> isInManualUPDownInFreqExtend;
     std::atomic<int> isInSwitchBand;
     std::atomic<int> isInSourceOnDelay;
-    std::atomic<int> mIsHandServiceListUpdate;
+    RelaxedAtomic<int> mIsHandServiceListUpdate;
     char mEnsembleLabel[65];  // tuner callback thread writes; read under mPublishLock
     char mServiceLabel[65];
     char mCompLabel[65];
@@ -421,23 +439,29 @@ private:
     android::SysCtrlManagerIF mSysCtrlManager;  // system control thread and construction
     android::sp<android::MediaDataClient> mMediaDataClient GUARDED_BY(mMediaDataLock);
     android::Mutex mMediaDataLock;  // guards the mMediaDataClient reference only
+    // The error level published last: publishing compares against it before it raises it,
+    // from the callback thread and the worker's time-out; seq_cst.
     std::atomic<int> errorCurPublished;
     android::SortedVector<android::wp<DABPlayer>> mClients GUARDED_BY(mClientsLock);
     mutable android::Mutex mClientsLock;                     // guards mClients
     uint8_t mPresetReceived[3][6];  // tuner callback thread; activation zeroes it
+    // Cleared per band once the band's list is cached; requestPresetList then answers from
+    // the cache, so it hands the cached band over; seq_cst.
     std::atomic<int> mPresetListNotCached[3];
-    std::atomic<uint8_t> mDynamicTextPublishEnabled;
+    RelaxedAtomic<uint8_t> mDynamicTextPublishEnabled;
+    // The start-up handshake: activate writes mActivatePending after reading mIsResumed,
+    // onResume reads it after writing mIsResumed; seq_cst, so one of them sees the other.
     std::atomic<uint8_t> mIsResumed;
     std::atomic<uint8_t> mActivatePending;
-    std::atomic<int> mDynamicTextStatus;
+    RelaxedAtomic<int> mDynamicTextStatus;
     android::Mutex mPublishLock;  // held while a label or text record is built and handed over
-    std::atomic<uint8_t> mErrorCheckOnCompNum;
+    RelaxedAtomic<uint8_t> mErrorCheckOnCompNum;
 
     // For the dump only; nothing else reads them.
     DABNotifyHistory mHistory;                // guarded by its own locks
-    std::atomic<uint8_t> mDumpSuspended;      // system control thread writes
-    std::atomic<int> mDumpPresetNum;          // tuner callback thread writes
-    std::atomic<int> mDumpLabelCharset[3];    // tuner callback thread writes; ensemble, service, component
+    RelaxedAtomic<uint8_t> mDumpSuspended;    // system control thread writes
+    RelaxedAtomic<int> mDumpPresetNum;        // tuner callback thread writes
+    RelaxedAtomic<int> mDumpLabelCharset[3];  // tuner callback thread writes; ensemble, service, component
 };
 
 #endif  // DAB_SERVER_DABPLAYERSERVICE_H

@@ -2,6 +2,7 @@
 #define DAB_SERVER_MSGQUEUE_H
 
 #include "DABServerDefs.h"
+#include "PthreadMutex.h"
 
 #include <utils/Vector.h>
 
@@ -44,11 +45,11 @@ private:
     MsgQueue(const MsgQueue&) = delete;
     MsgQueue& operator=(const MsgQueue&) = delete;
 
-    android::Vector<LIST_QUEUE_MSG> mItems;  // guarded by mQueueMutex; index 0 is the front
-    mutable pthread_mutex_t mQueueMutex;     // guards mItems and the writes of mQueued
-    pthread_cond_t mWakeCond;                // waited on and signalled under mWakeMutex
-    pthread_mutex_t mWakeMutex;              // guards mWakeCount
-    int32_t mWakeCount;                      // guarded by mWakeMutex: wake-ups not yet taken
+    mutable PthreadMutex mQueueMutex;  // guards mItems and the writes of mQueued
+    android::Vector<LIST_QUEUE_MSG> mItems GUARDED_BY(mQueueMutex);  // index 0 is the front
+    PthreadMutex mWakeMutex;           // guards mWakeCount; mWakeCond waits with it
+    pthread_cond_t mWakeCond;          // waited on and signalled under mWakeMutex
+    int32_t mWakeCount GUARDED_BY(mWakeMutex);  // wake-ups not yet taken
     // Mirror of mItems.size(): written under mQueueMutex, read lock-free (wake() reads it
     // under mWakeMutex without taking the queue mutex as well).
     std::atomic<size_t> mQueued;

@@ -23,23 +23,21 @@ PCondition::PCondition(bool counting) : mCount(0), mCounting(counting) {
         // Reported on standard output only; the object is used all the same.
         printf("PCondition::PCondition %s\n", strerror(err));
     }
-    pthread_mutex_init(&mMutex, nullptr);
 }
 
 PCondition::~PCondition() {
     pthread_cond_destroy(&mCond);
-    pthread_mutex_destroy(&mMutex);
 }
 
 void PCondition::signal() {
-    pthread_mutex_lock(&mMutex);
+    mMutex.lock();
     if (mCounting) {
         mCount += 1;
     } else {
         mCount = 1;
     }
     pthread_cond_signal(&mCond);
-    pthread_mutex_unlock(&mMutex);
+    mMutex.unlock();
 }
 
 struct timespec PCondition::deadlineFrom(const struct timespec& now, uint32_t timeoutUs) {
@@ -59,10 +57,10 @@ int PCondition::wait(uint32_t timeoutUs) {
     clock_gettime(CLOCK_MONOTONIC, &now);
     const struct timespec deadline = deadlineFrom(now, timeoutUs);
 
-    pthread_mutex_lock(&mMutex);
+    mMutex.lock();
     int result = 0;
     while (mCount == 0) {
-        if (pthread_cond_timedwait(&mCond, &mMutex, &deadline) == ETIMEDOUT) {
+        if (pthread_cond_timedwait(&mCond, mMutex.native(), &deadline) == ETIMEDOUT) {
             // The time-out counts as the answer; it is consumed below like a signal.
             if (mCounting) {
                 mCount += 1;
@@ -79,6 +77,6 @@ int PCondition::wait(uint32_t timeoutUs) {
     } else {
         mCount = 0;
     }
-    pthread_mutex_unlock(&mMutex);
+    mMutex.unlock();
     return result;
 }

@@ -1,6 +1,8 @@
 #ifndef DAB_SERVER_PCONDITION_H
 #define DAB_SERVER_PCONDITION_H
 
+#include "PthreadMutex.h"
+
 #include <pthread.h>
 #include <time.h>
 
@@ -29,9 +31,9 @@ private:
     PCondition(const PCondition&) = delete;
     PCondition& operator=(const PCondition&) = delete;
 
-    pthread_cond_t mCond;    // bound to CLOCK_MONOTONIC; waited on and signalled under mMutex
-    pthread_mutex_t mMutex;  // guards mCount
-    int32_t mCount;          // guarded by mMutex: signals given and not yet consumed
+    PthreadMutex mMutex;  // guards mCount; mCond waits with it
+    pthread_cond_t mCond;  // bound to CLOCK_MONOTONIC; waited on and signalled under mMutex
+    int32_t mCount GUARDED_BY(mMutex);  // signals given and not yet consumed
     const bool mCounting;    // immutable
 };
 

@@ -97,7 +97,7 @@ int SimTuner::initialize(DABNotifyCallback callback, void* cookie) {
         mRunning = true;
         const uint64_t runId = mRunId;
         mPowerOnDue = Clock::now() + std::chrono::milliseconds(kPowerOnDelayMs);
-        scheduleLocked(0, [this](Outbox* out) { powerOnLocked(out); });  // at mPowerOnDue
+        scheduleLocked(0, [this](Outbox* out) REQUIRES(mStateLock) { powerOnLocked(out); });  // at mPowerOnDue
         android::sp<SimTuner> self(this);
         mThread = std::thread([self, runId]() { self->threadLoop(runId); });
     }
@@ -200,34 +200,34 @@ int SimTuner::command(const char* name) {
     Action action;
     if (cmd == "manualUp" || cmd == "manualDown") {
         int dir = cmd == "manualUp" ? 1 : -1;
-        action = [this, dir](Outbox* out) { stepLocked(dir, out); };
+        action = [this, dir](Outbox* out) REQUIRES(mStateLock) { stepLocked(dir, out); };
     } else if (cmd == "seekUp" || cmd == "seekDown") {
         int dir = cmd == "seekUp" ? 1 : -1;
-        action = [this, dir](Outbox* out) { seekCommandLocked(dir, out); };
+        action = [this, dir](Outbox* out) REQUIRES(mStateLock) { seekCommandLocked(dir, out); };
     } else if (cmd == "switchBand") {
-        action = [this](Outbox* out) { switchBandLocked(out); };
+        action = [this](Outbox* out) REQUIRES(mStateLock) { switchBandLocked(out); };
     } else if (cmd.size() == 13 && cmd.compare(0, 6, "preset") == 0 && cmd.compare(7, 6, "Recall") == 0 &&
                cmd[6] >= '1' && cmd[6] <= '6') {
         int number = cmd[6] - '0';
-        action = [this, number](Outbox* out) { recallPresetLocked(mBand, number, out); };
+        action = [this, number](Outbox* out) REQUIRES(mStateLock) { recallPresetLocked(mBand, number, out); };
     } else if (cmd == "presetChannelUp" || cmd == "presetChannelDown") {
         int dir = cmd == "presetChannelUp" ? 1 : -1;
-        action = [this, dir](Outbox* out) { presetStepLocked(dir, out); };
+        action = [this, dir](Outbox* out) REQUIRES(mStateLock) { presetStepLocked(dir, out); };
     } else if (cmd == "listUpdateStart") {
-        action = [this](Outbox* out) { listUpdateStartLocked(out); };
+        action = [this](Outbox* out) REQUIRES(mStateLock) { listUpdateStartLocked(out); };
     } else if (cmd == "listUpdateCancel") {
-        action = [this](Outbox* out) {
+        action = [this](Outbox* out) REQUIRES(mStateLock) {
             if (mOperation == kOpListUpdate) listUpdateFinishLocked(out);
         };
     } else if (cmd == "dynamicModeOn") {
-        action = [this](Outbox*) {
+        action = [this](Outbox*) REQUIRES(mStateLock) {
             if (mListening) restartDynamicTextLocked(0);
         };
     } else {
         bool known = false;
         for (const char* ts : kTimeShift) {
             if (cmd == ts) {
-                action = [this, cmd](Outbox* out) { timeShiftCommandLocked(cmd, out); };
+                action = [this, cmd](Outbox* out) REQUIRES(mStateLock) { timeShiftCommandLocked(cmd, out); };
                 known = true;
             }
         }
@@ -248,7 +248,7 @@ int SimTuner::pchMemory(int band, int preset) {
     HostMutex::Autolock lock(mStateLock);
     if (!mRunning) return -1;
     if (mUnresponsive) return 0;
-    scheduleLocked(kCommandDelayMs, [this, band, preset](Outbox* out) { storePresetLocked(band + 1, preset, out); });
+    scheduleLocked(kCommandDelayMs, [this, band, preset](Outbox* out) REQUIRES(mStateLock) { storePresetLocked(band + 1, preset, out); });
     return 0;
 }
 
@@ -257,7 +257,7 @@ int SimTuner::pchRecall(int band, int preset) {
     HostMutex::Autolock lock(mStateLock);
     if (!mRunning) return -1;
     if (mUnresponsive) return 0;
-    scheduleLocked(kCommandDelayMs, [this, band, preset](Outbox* out) {
+    scheduleLocked(kCommandDelayMs, [this, band, preset](Outbox* out) REQUIRES(mStateLock) {
         endOperationLocked(out);
         if (mBand != band + 1) {
             mBand = band + 1;
@@ -272,7 +272,7 @@ int SimTuner::serviceRecall(unsigned char nm, unsigned short eid, unsigned long 
     HostMutex::Autolock lock(mStateLock);
     if (!mRunning) return -1;
     if (mUnresponsive) return 0;
-    scheduleLocked(kCommandDelayMs, [this, nm, eid, sid, scid](Outbox* out) {
+    scheduleLocked(kCommandDelayMs, [this, nm, eid, sid, scid](Outbox* out) REQUIRES(mStateLock) {
         serviceRecallLocked(nm, eid, static_cast<uint32_t>(sid), scid, out);
     });
     return 0;
@@ -351,7 +351,7 @@ int SimTuner::scheduleControl(Action action) {
 
 int SimTuner::setAntennaStatus(int status) {
     if (status < 1 || status > 5) return -1;
-    return scheduleControl([this, status](Outbox* out) {
+    return scheduleControl([this, status](Outbox* out) REQUIRES(mStateLock) {
         mAntStatus = status;
         push(out, DAB_NOTIFY_ANT_STATUS, status);
     });
@@ -359,7 +359,7 @@ int SimTuner::setAntennaStatus(int status) {
 
 int SimTuner::setErrorInfo(int error) {
     if (error < 0 || error > 2) return -1;
-    return scheduleControl([this, error](Outbox* out) {
+    return scheduleControl([this, error](Outbox* out) REQUIRES(mStateLock) {
         mErrorInfo = error;
         push(out, DAB_NOTIFY_ERROR_INFO, error);
     });
@@ -367,7 +367,7 @@ int SimTuner::setErrorInfo(int error) {
 
 int SimTuner::setSignalLevel(int level) {
     if (level < 0 || level > 7) return -1;
-    return scheduleControl([this, level](Outbox* out) {
+    return scheduleControl([this, level](Outbox* out) REQUIRES(mStateLock) {
         mSignalOverride = level;
         push(out, DAB_NOTIFY_SIGNAL_LEVEL, signalLevelLocked());
     });
@@ -375,7 +375,7 @@ int SimTuner::setSignalLevel(int level) {
 
 int SimTuner::setConnectStatus(int status) {
     if (status < 0 || status > 255) return -1;
-    return scheduleControl([this, status](Outbox* out) {
+    return scheduleControl([this, status](Outbox* out) REQUIRES(mStateLock) {
         mConnectStatus = status;
         push(out, DAB_NOTIFY_CONNECT_STATUS, status);
     });
@@ -388,7 +388,7 @@ int SimTuner::setDynamicText(const std::string& utf8, int charset) {
         text.bytes.size() > static_cast<size_t>(SimWorld::kDynamicTextBytes)) {
         return -1;
     }
-    return scheduleControl([this, text](Outbox* out) {
+    return scheduleControl([this, text](Outbox* out) REQUIRES(mStateLock) {
         if (text.bytes.empty()) {
             mDlsOverride = false;
             Note clear;

@@ -141,54 +141,54 @@ private:
     void threadLoop(uint64_t runId);
 
     // All *Locked helpers: caller holds mStateLock.
-    bool acceptingLocked() const;
-    void scheduleLocked(int delayMs, Action action);
-    int randomMsLocked(int low, int high);
+    bool acceptingLocked() const REQUIRES(mStateLock);
+    void scheduleLocked(int delayMs, Action action) REQUIRES(mStateLock);
+    int randomMsLocked(int low, int high) REQUIRES(mStateLock);
     static void push(Outbox* out, DABNotifyID id, int value);
 
-    const SimWorld::Ensemble* ensembleLocked() const;
-    const SimWorld::Service* serviceLocked() const;
+    const SimWorld::Ensemble* ensembleLocked() const REQUIRES(mStateLock);
+    const SimWorld::Service* serviceLocked() const REQUIRES(mStateLock);
     Station stationFor(int block, uint32_t sid, uint32_t scid, bool matchService) const;
-    void tuneLocked(const Station& station);
-    void leaveStationLocked();
-    void reportStationLocked(Outbox* out, bool withFrequency);
-    int presetNumberLocked() const;
-    int signalLevelLocked() const;
-    void endOperationLocked(Outbox* out);
+    void tuneLocked(const Station& station) REQUIRES(mStateLock);
+    void leaveStationLocked() REQUIRES(mStateLock);
+    void reportStationLocked(Outbox* out, bool withFrequency) REQUIRES(mStateLock);
+    int presetNumberLocked() const REQUIRES(mStateLock);
+    int signalLevelLocked() const REQUIRES(mStateLock);
+    void endOperationLocked(Outbox* out) REQUIRES(mStateLock);
 
-    void powerOnLocked(Outbox* out);
-    void stepLocked(int direction, Outbox* out);
-    void seekCommandLocked(int direction, Outbox* out);
-    void seekStepLocked(uint64_t gen, Outbox* out);
-    void seekLandLocked(uint64_t gen, Outbox* out);
-    void listUpdateStartLocked(Outbox* out);
-    void listUpdateStepLocked(uint64_t gen, Outbox* out);
+    void powerOnLocked(Outbox* out) REQUIRES(mStateLock);
+    void stepLocked(int direction, Outbox* out) REQUIRES(mStateLock);
+    void seekCommandLocked(int direction, Outbox* out) REQUIRES(mStateLock);
+    void seekStepLocked(uint64_t gen, Outbox* out) REQUIRES(mStateLock);
+    void seekLandLocked(uint64_t gen, Outbox* out) REQUIRES(mStateLock);
+    void listUpdateStartLocked(Outbox* out) REQUIRES(mStateLock);
+    void listUpdateStepLocked(uint64_t gen, Outbox* out) REQUIRES(mStateLock);
     int listUpdateStepMs() const;
-    void listUpdateFinishLocked(Outbox* out);
-    void switchBandLocked(Outbox* out);
-    void recallPresetLocked(int bank, int number, Outbox* out);
-    void presetStepLocked(int direction, Outbox* out);
-    void storePresetLocked(int bank, int number, Outbox* out);
-    void serviceRecallLocked(int block, uint16_t eid, uint32_t sid, uint8_t scid, Outbox* out);
+    void listUpdateFinishLocked(Outbox* out) REQUIRES(mStateLock);
+    void switchBandLocked(Outbox* out) REQUIRES(mStateLock);
+    void recallPresetLocked(int bank, int number, Outbox* out) REQUIRES(mStateLock);
+    void presetStepLocked(int direction, Outbox* out) REQUIRES(mStateLock);
+    void storePresetLocked(int bank, int number, Outbox* out) REQUIRES(mStateLock);
+    void serviceRecallLocked(int block, uint16_t eid, uint32_t sid, uint8_t scid, Outbox* out) REQUIRES(mStateLock);
 
-    void restartDynamicTextLocked(int delayMs);
-    int nextDynamicTextDelayLocked();
-    void dynamicTextTickLocked(uint64_t gen, Outbox* out);
-    void sendDynamicTextLocked(const SimWorld::DynamicText& text, Outbox* out);
+    void restartDynamicTextLocked(int delayMs) REQUIRES(mStateLock);
+    int nextDynamicTextDelayLocked() REQUIRES(mStateLock);
+    void dynamicTextTickLocked(uint64_t gen, Outbox* out) REQUIRES(mStateLock);
+    void sendDynamicTextLocked(const SimWorld::DynamicText& text, Outbox* out) REQUIRES(mStateLock);
 
-    int tsTotalLocked() const;
-    int tsCacheLocked() const;
-    int tsDelayLocked() const;
-    int tsStatusLocked() const;
-    void tsReportLocked(Outbox* out, bool status, bool times, bool delay);
-    void tsTickLocked(uint64_t gen, Outbox* out);
-    void timeShiftCommandLocked(const std::string& name, Outbox* out);
+    int tsTotalLocked() const REQUIRES(mStateLock);
+    int tsCacheLocked() const REQUIRES(mStateLock);
+    int tsDelayLocked() const REQUIRES(mStateLock);
+    int tsStatusLocked() const REQUIRES(mStateLock);
+    void tsReportLocked(Outbox* out, bool status, bool times, bool delay) REQUIRES(mStateLock);
+    void tsTickLocked(uint64_t gen, Outbox* out) REQUIRES(mStateLock);
+    void timeShiftCommandLocked(const std::string& name, Outbox* out) REQUIRES(mStateLock);
 
-    bool takeListRequestLocked();
+    bool takeListRequestLocked() REQUIRES(mStateLock);
     int requestListItem(ListKind kind, int position, int param);
-    void answerListItemLocked(ListKind kind, int position, int param, Outbox* out);
-    void answerAbcSearchLocked(int position, uint8_t letter, Outbox* out);
-    void answerPresetLocked(int bank, int number, Outbox* out);
+    void answerListItemLocked(ListKind kind, int position, int param, Outbox* out) REQUIRES(mStateLock);
+    void answerAbcSearchLocked(int position, uint8_t letter, Outbox* out) REQUIRES(mStateLock);
+    void answerPresetLocked(int bank, int number, Outbox* out) REQUIRES(mStateLock);
 
     int scheduleControl(Action action);
 
@@ -202,59 +202,63 @@ private:
     std::condition_variable mStateWake;   // with mStateLock: new work or shutdown
 
     // Lifecycle.
-    DABNotifyCallback mCallback = nullptr;
-    void* mCookie = nullptr;
-    bool mRunning = false;
-    uint64_t mRunId = 0;  // changes at every finalize: the callback thread of an older run ends
-    std::thread mThread;
-    Clock::time_point mPowerOnDue;  // no work is due before the power-on report
-    std::map<std::pair<Clock::time_point, uint64_t>, Action> mTimers;  // due work, in order
-    uint64_t mTimerSeq = 0;
-    std::minstd_rand mRandom;
+    DABNotifyCallback mCallback GUARDED_BY(mStateLock) = nullptr;
+    void* mCookie GUARDED_BY(mStateLock) = nullptr;
+    bool mRunning GUARDED_BY(mStateLock) = false;
+    // Changes at every finalize: the callback thread of an older run ends.
+    uint64_t mRunId GUARDED_BY(mStateLock) = 0;
+    std::thread mThread GUARDED_BY(mStateLock);
+    Clock::time_point mPowerOnDue GUARDED_BY(mStateLock);  // no work is due before power-on
+    // Due work, in order.
+    std::map<std::pair<Clock::time_point, uint64_t>, Action> mTimers GUARDED_BY(mStateLock);
+    uint64_t mTimerSeq GUARDED_BY(mStateLock) = 0;
+    std::minstd_rand mRandom GUARDED_BY(mStateLock);
 
     // Reception.
-    Station mStation;
-    int mBand = 1;                                  // preset bank 1..3
-    int mBankPreset[SimWorld::kBanks] = {1, 1, 1};  // last preset recalled per bank
-    SimWorld::Preset mPresets[SimWorld::kBanks][SimWorld::kPresetsPerBank];
-    int mPchNum = 0;
-    int mLogicMode = EN_DAB_LM_NORMAL;
-    int mErrorInfo = EN_DAB_ERROR_INFO_NO_ERROR;
-    int mAntStatus = 1;
-    int mSignalOverride = 0;
-    int mConnectStatus = 1;
+    Station mStation GUARDED_BY(mStateLock);
+    int mBand GUARDED_BY(mStateLock) = 1;  // preset bank 1..3
+    // Last preset recalled per bank.
+    int mBankPreset[SimWorld::kBanks] GUARDED_BY(mStateLock) = {1, 1, 1};
+    SimWorld::Preset mPresets[SimWorld::kBanks][SimWorld::kPresetsPerBank] GUARDED_BY(mStateLock);
+    int mPchNum GUARDED_BY(mStateLock) = 0;
+    int mLogicMode GUARDED_BY(mStateLock) = EN_DAB_LM_NORMAL;
+    int mErrorInfo GUARDED_BY(mStateLock) = EN_DAB_ERROR_INFO_NO_ERROR;
+    int mAntStatus GUARDED_BY(mStateLock) = 1;
+    int mSignalOverride GUARDED_BY(mStateLock) = 0;
+    int mConnectStatus GUARDED_BY(mStateLock) = 1;
 
     // Seek and service-list update.
-    Operation mOperation = kOpIdle;
-    uint64_t mOperationGen = 0;  // a step of an older operation finds it changed and stops
-    int mSeekDirection = 1;
-    int mSeekStartBlock = SimWorld::kFirstBlock;
-    int mUpdateBlock = SimWorld::kFirstBlock;
-    Station mUpdateReturn;
+    Operation mOperation GUARDED_BY(mStateLock) = kOpIdle;
+    // A step of an older operation finds it changed and stops.
+    uint64_t mOperationGen GUARDED_BY(mStateLock) = 0;
+    int mSeekDirection GUARDED_BY(mStateLock) = 1;
+    int mSeekStartBlock GUARDED_BY(mStateLock) = SimWorld::kFirstBlock;
+    int mUpdateBlock GUARDED_BY(mStateLock) = SimWorld::kFirstBlock;
+    Station mUpdateReturn GUARDED_BY(mStateLock);
 
     // Dynamic label.
-    uint64_t mDlsGen = 0;
-    size_t mDlsNext = 0;
-    bool mDlsOverride = false;
-    SimWorld::DynamicText mDlsOverrideText;
+    uint64_t mDlsGen GUARDED_BY(mStateLock) = 0;
+    size_t mDlsNext GUARDED_BY(mStateLock) = 0;
+    bool mDlsOverride GUARDED_BY(mStateLock) = false;
+    SimWorld::DynamicText mDlsOverrideText GUARDED_BY(mStateLock);
 
     // Time-shift.
-    bool mListening = false;
-    Clock::time_point mListenStart;
-    bool mTsView = false;
-    bool mTsPaused = false;
-    int mTsDelayBase = 0;
-    Clock::time_point mTsPauseStart;
-    uint64_t mTsGen = 0;
+    bool mListening GUARDED_BY(mStateLock) = false;
+    Clock::time_point mListenStart GUARDED_BY(mStateLock);
+    bool mTsView GUARDED_BY(mStateLock) = false;
+    bool mTsPaused GUARDED_BY(mStateLock) = false;
+    int mTsDelayBase GUARDED_BY(mStateLock) = 0;
+    Clock::time_point mTsPauseStart GUARDED_BY(mStateLock);
+    uint64_t mTsGen GUARDED_BY(mStateLock) = 0;
 
     // Records of the notification delivered last, per kind.
-    ST_DAB_DLS_TEXT mDlsRecord;
-    ST_DAB_PCH_LIST_ITEM mPchRecord;
-    ST_DAB_SVC_LIST_DATA mSvcRecord;
+    ST_DAB_DLS_TEXT mDlsRecord GUARDED_BY(mStateLock);
+    ST_DAB_PCH_LIST_ITEM mPchRecord GUARDED_BY(mStateLock);
+    ST_DAB_SVC_LIST_DATA mSvcRecord GUARDED_BY(mStateLock);
 
     // Faults.
-    bool mDropNextList = false;
-    bool mUnresponsive = false;
+    bool mDropNextList GUARDED_BY(mStateLock) = false;
+    bool mUnresponsive GUARDED_BY(mStateLock) = false;
 };
 
 }  // namespace media_lib_dab

@@ -47,7 +47,7 @@ int SimTuner::pchListReq(uint8_t bandCode) {
     HostMutex::Autolock lock(mStateLock);
     if (!mRunning) return -1;
     if (mUnresponsive || takeListRequestLocked()) return 0;
-    scheduleLocked(randomMsLocked(kListDelayMinMs, kListDelayMaxMs), [this, bandCode](Outbox* out) {
+    scheduleLocked(randomMsLocked(kListDelayMinMs, kListDelayMaxMs), [this, bandCode](Outbox* out) REQUIRES(mStateLock) {
         // Band code 3 is the bank tuned when the tuner starts answering.
         answerPresetLocked(bandCode == 3 ? mBand : bandCode + 1, 1, out);
     });
@@ -74,7 +74,7 @@ void SimTuner::answerPresetLocked(int bank, int number, Outbox* out) {
     out->push_back(note);
     if (number < SimWorld::kPresetsPerBank) {
         scheduleLocked(randomMsLocked(kPresetGapMinMs, kPresetGapMaxMs),
-                       [this, bank, number](Outbox* o) { answerPresetLocked(bank, number + 1, o); });
+                       [this, bank, number](Outbox* o) REQUIRES(mStateLock) { answerPresetLocked(bank, number + 1, o); });
     }
 }
 
@@ -97,7 +97,7 @@ int SimTuner::requestListItem(ListKind kind, int position, int param) {
     HostMutex::Autolock lock(mStateLock);
     if (!mRunning) return -1;
     if (mUnresponsive || takeListRequestLocked()) return 0;
-    scheduleLocked(randomMsLocked(kListDelayMinMs, kListDelayMaxMs), [this, kind, position, param](Outbox* out) {
+    scheduleLocked(randomMsLocked(kListDelayMinMs, kListDelayMaxMs), [this, kind, position, param](Outbox* out) REQUIRES(mStateLock) {
         answerListItemLocked(kind, position, param, out);
     });
     return 0;
@@ -138,7 +138,7 @@ int SimTuner::svcListAbcSearchLabelReq(unsigned char position, unsigned char let
     if (!mRunning) return -1;
     if (mUnresponsive || takeListRequestLocked()) return 0;
     scheduleLocked(randomMsLocked(kListDelayMinMs, kListDelayMaxMs),
-                   [this, position, letter](Outbox* out) { answerAbcSearchLocked(position, letter, out); });
+                   [this, position, letter](Outbox* out) REQUIRES(mStateLock) { answerAbcSearchLocked(position, letter, out); });
     return 0;
 }
 

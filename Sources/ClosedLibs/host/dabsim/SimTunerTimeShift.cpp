@@ -51,7 +51,7 @@ void SimTuner::tsReportLocked(Outbox* out, bool status, bool times, bool delay) 
 void SimTuner::tsTickLocked(uint64_t gen, Outbox* out) {
     if (gen != mTsGen || !mTsView) return;
     tsReportLocked(out, false, true, mTsPaused);
-    scheduleLocked(kTickMs, [this, gen](Outbox* o) { tsTickLocked(gen, o); });
+    scheduleLocked(kTickMs, [this, gen](Outbox* o) REQUIRES(mStateLock) { tsTickLocked(gen, o); });
 }
 
 void SimTuner::timeShiftCommandLocked(const std::string& name, Outbox* out) {
@@ -59,7 +59,7 @@ void SimTuner::timeShiftCommandLocked(const std::string& name, Outbox* out) {
         mTsView = true;
         const uint64_t gen = ++mTsGen;
         tsReportLocked(out, true, true, true);
-        scheduleLocked(kTickMs, [this, gen](Outbox* o) { tsTickLocked(gen, o); });
+        scheduleLocked(kTickMs, [this, gen](Outbox* o) REQUIRES(mStateLock) { tsTickLocked(gen, o); });
     } else if (name == "esc") {
         mTsView = false;
         ++mTsGen;
@@ -88,7 +88,7 @@ int SimTuner::timeShiftMove(int direction, unsigned short amount) {
     HostMutex::Autolock lock(mStateLock);
     if (!mRunning) return -1;
     if (mUnresponsive) return 0;
-    scheduleLocked(kCommandDelayMs, [this, amount](Outbox* out) {
+    scheduleLocked(kCommandDelayMs, [this, amount](Outbox* out) REQUIRES(mStateLock) {
         // The amount is how far behind live playback goes on.
         mTsDelayBase = std::min<int>(amount, tsTotalLocked());
         mTsPauseStart = Clock::now();

@@ -174,7 +174,7 @@ void SimTuner::seekCommandLocked(int direction, Outbox* out) {
         push(out, DAB_NOTIFY_PRESET_NUM, 0);
     }
     scheduleLocked(randomMsLocked(kSeekStepMinMs, kSeekStepMaxMs),
-                   [this, gen](Outbox* o) { seekStepLocked(gen, o); });
+                   [this, gen](Outbox* o) REQUIRES(mStateLock) { seekStepLocked(gen, o); });
 }
 
 void SimTuner::seekStepLocked(uint64_t gen, Outbox* out) {
@@ -185,9 +185,9 @@ void SimTuner::seekStepLocked(uint64_t gen, Outbox* out) {
     bool found = mWorld->ensembleOnBlock(mStation.block) != nullptr || mStation.block == mSeekStartBlock;
     int delay = randomMsLocked(kSeekStepMinMs, kSeekStepMaxMs);
     if (found) {
-        scheduleLocked(delay, [this, gen](Outbox* o) { seekLandLocked(gen, o); });
+        scheduleLocked(delay, [this, gen](Outbox* o) REQUIRES(mStateLock) { seekLandLocked(gen, o); });
     } else {
-        scheduleLocked(delay, [this, gen](Outbox* o) { seekStepLocked(gen, o); });
+        scheduleLocked(delay, [this, gen](Outbox* o) REQUIRES(mStateLock) { seekStepLocked(gen, o); });
     }
 }
 
@@ -215,7 +215,7 @@ void SimTuner::listUpdateStartLocked(Outbox* out) {
     mLogicMode = EN_DAB_LM_SERLIST_UPDATE;
     push(out, DAB_NOTIFY_LOGIC_MODE, mLogicMode);
     mUpdateBlock = SimWorld::kFirstBlock - 1;
-    scheduleLocked(listUpdateStepMs(), [this, gen](Outbox* o) { listUpdateStepLocked(gen, o); });
+    scheduleLocked(listUpdateStepMs(), [this, gen](Outbox* o) REQUIRES(mStateLock) { listUpdateStepLocked(gen, o); });
 }
 
 int SimTuner::listUpdateStepMs() const {
@@ -231,7 +231,7 @@ void SimTuner::listUpdateStepLocked(uint64_t gen, Outbox* out) {
     }
     mStation.block = mUpdateBlock;
     push(out, DAB_NOTIFY_FREQ, mStation.block);
-    scheduleLocked(listUpdateStepMs(), [this, gen](Outbox* o) { listUpdateStepLocked(gen, o); });
+    scheduleLocked(listUpdateStepMs(), [this, gen](Outbox* o) REQUIRES(mStateLock) { listUpdateStepLocked(gen, o); });
 }
 
 void SimTuner::listUpdateFinishLocked(Outbox* out) {
@@ -291,7 +291,7 @@ void SimTuner::storePresetLocked(int bank, int number, Outbox* out) {
         mPchNum = number;
         push(out, DAB_NOTIFY_PRESET_NUM, number);
     }
-    scheduleLocked(kPresetUpdateDelayMs, [](Outbox* o) { push(o, DAB_NOTIFY_PRESET_LIST_UPDATE_REQ, 0); });
+    scheduleLocked(kPresetUpdateDelayMs, [](Outbox* o) REQUIRES(mStateLock) { push(o, DAB_NOTIFY_PRESET_LIST_UPDATE_REQ, 0); });
 }
 
 void SimTuner::serviceRecallLocked(int block, uint16_t eid, uint32_t sid, uint8_t scid, Outbox* out) {
@@ -313,7 +313,7 @@ int SimTuner::nextDynamicTextDelayLocked() {
 
 void SimTuner::restartDynamicTextLocked(int delayMs) {
     const uint64_t gen = ++mDlsGen;
-    scheduleLocked(delayMs, [this, gen](Outbox* out) { dynamicTextTickLocked(gen, out); });
+    scheduleLocked(delayMs, [this, gen](Outbox* out) REQUIRES(mStateLock) { dynamicTextTickLocked(gen, out); });
 }
 
 void SimTuner::dynamicTextTickLocked(uint64_t gen, Outbox* out) {
@@ -330,7 +330,7 @@ void SimTuner::dynamicTextTickLocked(uint64_t gen, Outbox* out) {
         text.bytes.assign(kNoDataProvided, 16);
     }
     sendDynamicTextLocked(text, out);
-    scheduleLocked(nextDynamicTextDelayLocked(), [this, gen](Outbox* o) { dynamicTextTickLocked(gen, o); });
+    scheduleLocked(nextDynamicTextDelayLocked(), [this, gen](Outbox* o) REQUIRES(mStateLock) { dynamicTextTickLocked(gen, o); });
 }
 
 void SimTuner::sendDynamicTextLocked(const SimWorld::DynamicText& text, Outbox* out) {

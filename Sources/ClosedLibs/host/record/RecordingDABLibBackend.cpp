@@ -1,10 +1,10 @@
 #include "RecordingDABLibBackend.h"
 
+#include "HostMutex.h"
 #include "RecordQuote.h"
 #include "SessionRecorder.h"
 
 #include <initializer_list>
-#include <mutex>
 #include <string>
 
 namespace media_lib_dab {
@@ -14,9 +14,9 @@ namespace {
 // Longer than any wait of the worker for an answer: a replay that lost its way stops here.
 constexpr int kRequestWaitMs = 10000;
 
-std::mutex gWrapLock;
-android::sp<RecordingDABLibBackend> gWrapper;  // guarded by gWrapLock
-android::sp<DABLibBackend> gWrapped;           // guarded by gWrapLock
+HostMutex gWrapLock;
+android::sp<RecordingDABLibBackend> gWrapper GUARDED_BY(gWrapLock);
+android::sp<DABLibBackend> gWrapped GUARDED_BY(gWrapLock);
 
 // A fixed text field without its NUL padding.
 std::string field(const char* text, size_t size) {
@@ -48,7 +48,7 @@ void record(const std::string& key, const std::string& answer, bool isGetter) {
 
 android::sp<DABLibBackend> RecordingDABLibBackend::wrapIfRecording(const android::sp<DABLibBackend>& backend) {
     if (SessionRecorder::get() == nullptr || backend == nullptr) return backend;
-    std::lock_guard<std::mutex> lock(gWrapLock);
+    HostMutex::Autolock lock(gWrapLock);
     if (gWrapped != backend) {
         gWrapped = backend;
         gWrapper = new RecordingDABLibBackend(backend);

@@ -1,20 +1,20 @@
 #include "RecordingMediaDataBackend.h"
 
+#include "HostMutex.h"
 #include "SessionRecorder.h"
 
-#include <mutex>
 
 namespace android {
 
 namespace {
-std::mutex gWrapLock;
-sp<RecordingMediaDataBackend> gWrapper;  // guarded by gWrapLock
-sp<MediaDataBackend> gWrapped;           // guarded by gWrapLock
+HostMutex gWrapLock;
+sp<RecordingMediaDataBackend> gWrapper GUARDED_BY(gWrapLock);
+sp<MediaDataBackend> gWrapped GUARDED_BY(gWrapLock);
 }  // namespace
 
 sp<MediaDataBackend> RecordingMediaDataBackend::wrapIfRecording(const sp<MediaDataBackend>& backend) {
     if (SessionRecorder::get() == nullptr || backend == nullptr) return backend;
-    std::lock_guard<std::mutex> lock(gWrapLock);
+    HostMutex::Autolock lock(gWrapLock);
     if (gWrapped != backend) {
         gWrapped = backend;
         gWrapper = new RecordingMediaDataBackend(backend);

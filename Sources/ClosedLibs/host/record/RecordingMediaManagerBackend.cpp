@@ -1,17 +1,17 @@
 #include "RecordingMediaManagerBackend.h"
 
+#include "HostMutex.h"
 #include "RecordingSourceListener.h"
 #include "SessionRecorder.h"
 
-#include <mutex>
 
 namespace android {
 
 namespace {
 
-std::mutex gWrapLock;
-sp<RecordingMediaManagerBackend> gWrapper;  // guarded by gWrapLock
-sp<MediaManagerBackend> gWrapped;           // guarded by gWrapLock
+HostMutex gWrapLock;
+sp<RecordingMediaManagerBackend> gWrapper GUARDED_BY(gWrapLock);
+sp<MediaManagerBackend> gWrapped GUARDED_BY(gWrapLock);
 
 void recordOutcome(const char* what, const String8& name, bool failed) {
     const std::string source = name.string();
@@ -24,7 +24,7 @@ void recordOutcome(const char* what, const String8& name, bool failed) {
 
 sp<MediaManagerBackend> RecordingMediaManagerBackend::wrapIfRecording(const sp<MediaManagerBackend>& backend) {
     if (SessionRecorder::get() == nullptr || backend == nullptr) return backend;
-    std::lock_guard<std::mutex> lock(gWrapLock);
+    HostMutex::Autolock lock(gWrapLock);
     if (gWrapped != backend) {
         gWrapped = backend;
         gWrapper = new RecordingMediaManagerBackend(backend);

@@ -1,5 +1,6 @@
 #include "RecordingPlayerCalls.h"
 
+#include "HostMutex.h"
 #include "SessionRecorder.h"
 
 using namespace android;
@@ -17,7 +18,7 @@ RecordingPlayerCalls* RecordingPlayerCalls::get() {
 RecordingPlayerCalls::RecordingPlayerCalls() {}
 
 int RecordingPlayerCalls::clientOf(const void* player) {
-    std::lock_guard<std::mutex> lock(mClientsLock);
+    HostMutex::Autolock lock(mClientsLock);
     auto it = mPlayers.find(player);
     return it == mPlayers.end() ? 0 : it->second;
 }
@@ -36,7 +37,7 @@ void RecordingPlayerCalls::connected(uint64_t token, const sp<IBinder>& callback
     }
     int n;
     {
-        std::lock_guard<std::mutex> lock(mClientsLock);
+        HostMutex::Autolock lock(mClientsLock);
         n = mNextClient++;
         mPlayers[player.get()] = n;
         if (callback != nullptr) mCallbacks[callback.get()] = n;
@@ -46,7 +47,7 @@ void RecordingPlayerCalls::connected(uint64_t token, const sp<IBinder>& callback
     // A remote application's death is what a replay's "die" reproduces.
     if (callback != nullptr && callback->remoteBinder() != nullptr) {
         {
-            std::lock_guard<std::mutex> lock(mClientsLock);
+            HostMutex::Autolock lock(mClientsLock);
             mRemoteCallbacks[callback.get()] = callback;
         }
         callback->linkToDeath(sp<IBinder::DeathRecipient>(this));
@@ -63,7 +64,7 @@ uint64_t RecordingPlayerCalls::settingListener(const void* player, const sp<IBin
     const int n = clientOf(player);
     int owner = 0;
     if (callback != nullptr) {
-        std::lock_guard<std::mutex> lock(mClientsLock);
+        HostMutex::Autolock lock(mClientsLock);
         auto it = mCallbacks.find(callback.get());
         if (it != mCallbacks.end()) owner = it->second;
     }
@@ -86,7 +87,7 @@ void RecordingPlayerCalls::binderDied(const wp<IBinder>& who) {
     int n = 0;
     sp<IBinder> proxy;  // released after the lock
     {
-        std::lock_guard<std::mutex> lock(mClientsLock);
+        HostMutex::Autolock lock(mClientsLock);
         auto held = mRemoteCallbacks.find(who.unsafe_get());
         if (held != mRemoteCallbacks.end()) {
             proxy = held->second;

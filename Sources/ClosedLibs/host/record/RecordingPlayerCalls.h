@@ -1,10 +1,11 @@
 #ifndef DAB_HOST_RECORDINGPLAYERCALLS_H
 #define DAB_HOST_RECORDINGPLAYERCALLS_H
 
+#include "HostMutex.h"
+
 #include <binder/IBinder.h>
 
 #include <map>
-#include <mutex>
 #include <string>
 
 // Records the applications' side of a session for the player interface stubs: clients are
@@ -32,13 +33,13 @@ private:
     RecordingPlayerCalls();
     int clientOf(const void* player);
 
-    std::mutex mClientsLock;  // guards the fields below
-    int mNextClient = 1;
-    std::map<const void*, int> mPlayers;    // player binder -> client number
-    std::map<const void*, int> mCallbacks;  // callback binder -> client number
+    HostMutex mClientsLock;  // guards the fields below
+    int mNextClient GUARDED_BY(mClientsLock) = 1;
+    std::map<const void*, int> mPlayers GUARDED_BY(mClientsLock);  // player binder -> client number
+    std::map<const void*, int> mCallbacks GUARDED_BY(mClientsLock);  // callback binder -> client number
     // Remote callbacks are held until their process dies: an application that lets go of its
     // client before exiting would otherwise take the proxy, and its obituary, with it.
-    std::map<const void*, android::sp<android::IBinder>> mRemoteCallbacks;
+    std::map<const void*, android::sp<android::IBinder>> mRemoteCallbacks GUARDED_BY(mClientsLock);
 };
 
 #endif  // DAB_HOST_RECORDINGPLAYERCALLS_H

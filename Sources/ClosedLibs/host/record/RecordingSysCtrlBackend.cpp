@@ -1,19 +1,20 @@
 #include "RecordingSysCtrlBackend.h"
 
+#include "HostMutex.h"
 #include "RecordingSysCtrlListener.h"
 #include "SessionRecorder.h"
 
 namespace android {
 
 namespace {
-std::mutex gWrapLock;
-sp<RecordingSysCtrlBackend> gWrapper;  // guarded by gWrapLock
-sp<SysCtrlBackend> gWrapped;           // guarded by gWrapLock
+HostMutex gWrapLock;
+sp<RecordingSysCtrlBackend> gWrapper GUARDED_BY(gWrapLock);
+sp<SysCtrlBackend> gWrapped GUARDED_BY(gWrapLock);
 }  // namespace
 
 sp<SysCtrlBackend> RecordingSysCtrlBackend::wrapIfRecording(const sp<SysCtrlBackend>& backend) {
     if (SessionRecorder::get() == nullptr || backend == nullptr) return backend;
-    std::lock_guard<std::mutex> lock(gWrapLock);
+    HostMutex::Autolock lock(gWrapLock);
     if (gWrapped != backend) {
         gWrapped = backend;
         gWrapper = new RecordingSysCtrlBackend(backend);
@@ -24,7 +25,7 @@ sp<SysCtrlBackend> RecordingSysCtrlBackend::wrapIfRecording(const sp<SysCtrlBack
 RecordingSysCtrlBackend::RecordingSysCtrlBackend(const sp<SysCtrlBackend>& inner) : mInner(inner) {}
 
 SysCtrlManagerIF* RecordingSysCtrlBackend::standIn(SysCtrlManagerIF* client) {
-    std::lock_guard<std::mutex> lock(mStandInsLock);
+    HostMutex::Autolock lock(mStandInsLock);
     for (const auto& entry : mStandIns) {
         if (entry.second == client) return client;
     }

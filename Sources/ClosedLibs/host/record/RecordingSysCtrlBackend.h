@@ -1,10 +1,10 @@
 #ifndef DAB_HOST_RECORDINGSYSCTRLBACKEND_H
 #define DAB_HOST_RECORDINGSYSCTRLBACKEND_H
 
+#include "HostMutex.h"
 #include "SysCtrlBackend.h"
 
 #include <map>
-#include <mutex>
 
 namespace android {
 
@@ -27,9 +27,9 @@ private:
     SysCtrlManagerIF* standIn(SysCtrlManagerIF* client);
 
     const sp<SysCtrlBackend> mInner;  // immutable
-    std::mutex mStandInsLock;         // guards mStandIns
+    HostMutex mStandInsLock;          // guards mStandIns
     // Stand-ins live as long as the process: the system control thread may still hold one.
-    std::map<SysCtrlManagerIF*, SysCtrlManagerIF*> mStandIns;
+    std::map<SysCtrlManagerIF*, SysCtrlManagerIF*> mStandIns GUARDED_BY(mStandInsLock);
 };
 
 }  // namespace android

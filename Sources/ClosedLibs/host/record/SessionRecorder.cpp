@@ -1,4 +1,5 @@
 #include "SessionRecorder.h"
+#include "HostMutex.h"
 
 #include <cstdlib>
 #include <ctime>
@@ -47,7 +48,7 @@ uint64_t SessionRecorder::beginEvent(const std::string& line) {
     const int64_t at = nowMs();
     uint64_t token;
     {
-        std::lock_guard<std::mutex> lock(mEntriesLock);
+        HostMutex::Autolock lock(mEntriesLock);
         token = mNextToken++;
         mEntries.push_back(Entry{token, true, true, at, line, {}});
     }
@@ -56,7 +57,7 @@ uint64_t SessionRecorder::beginEvent(const std::string& line) {
 }
 
 void SessionRecorder::setEventLine(uint64_t token, const std::string& line) {
-    std::lock_guard<std::mutex> lock(mEntriesLock);
+    HostMutex::Autolock lock(mEntriesLock);
     if (Entry* e = findLocked(token)) e->line = line;
 }
 
@@ -67,20 +68,20 @@ void SessionRecorder::endEvent(uint64_t token) {
             break;
         }
     }
-    std::lock_guard<std::mutex> lock(mEntriesLock);
+    HostMutex::Autolock lock(mEntriesLock);
     if (Entry* e = findLocked(token)) e->open = false;
     flushLocked();
 }
 
 void SessionRecorder::event(const std::string& line) {
     const int64_t at = nowMs();
-    std::lock_guard<std::mutex> lock(mEntriesLock);
+    HostMutex::Autolock lock(mEntriesLock);
     mEntries.push_back(Entry{mNextToken++, false, true, at, line, {}});
     flushLocked();
 }
 
 void SessionRecorder::tunerRead(const std::string& key, const std::string& answer, bool isGetter) {
-    std::lock_guard<std::mutex> lock(mEntriesLock);
+    HostMutex::Autolock lock(mEntriesLock);
     Entry* owner = tOpenEvents.empty() ? nullptr : findLocked(tOpenEvents.back());
     if (owner == nullptr) {
         mEntries.push_back(Entry{mNextToken++, false, false, nowMs(), std::string(), {}});
@@ -91,7 +92,7 @@ void SessionRecorder::tunerRead(const std::string& key, const std::string& answe
 }
 
 void SessionRecorder::stateRead(const std::string& key, const std::string& line, const std::string& initial) {
-    std::lock_guard<std::mutex> lock(mEntriesLock);
+    HostMutex::Autolock lock(mEntriesLock);
     Entry* owner = tOpenEvents.empty() ? nullptr : findLocked(tOpenEvents.back());
     if (owner == nullptr) {
         mEntries.push_back(Entry{mNextToken++, false, false, nowMs(), std::string(), {}});

@@ -1,12 +1,13 @@
 #ifndef DAB_HOST_SESSIONRECORDER_H
 #define DAB_HOST_SESSIONRECORDER_H
 
+#include "HostMutex.h"
+
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <deque>
 #include <map>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -59,20 +60,20 @@ private:
 
     explicit SessionRecorder(FILE* file);
     int64_t nowMs() const;
-    Entry* findLocked(uint64_t token);
+    Entry* findLocked(uint64_t token) REQUIRES(mEntriesLock);
     void addReadLocked(Entry* entry, const std::string& key, const std::string& answer, bool isGetter,
-                       const std::string& initial);
-    void flushLocked();
-    void writeEntryLocked(const Entry& e);
+                       const std::string& initial) REQUIRES(mEntriesLock);
+    void flushLocked() REQUIRES(mEntriesLock);
+    void writeEntryLocked(const Entry& e) REQUIRES(mEntriesLock);
 
     const std::chrono::steady_clock::time_point mStart;  // immutable
-    std::mutex mEntriesLock;  // guards everything below, and writing to mFile
+    HostMutex mEntriesLock;  // guards everything below, and writing to mFile
     FILE* const mFile;
-    std::deque<Entry> mEntries;
-    uint64_t mNextToken = 1;
-    std::map<std::string, std::string> mWritten;  // per key: the answer the script gives now
-    int64_t mLastEventMs = 0;
-    bool mStartWritten = false;
+    std::deque<Entry> mEntries GUARDED_BY(mEntriesLock);
+    uint64_t mNextToken GUARDED_BY(mEntriesLock) = 1;
+    std::map<std::string, std::string> mWritten GUARDED_BY(mEntriesLock);  // per key: the answer the script gives now
+    int64_t mLastEventMs GUARDED_BY(mEntriesLock) = 0;
+    bool mStartWritten GUARDED_BY(mEntriesLock) = false;
 };
 
 #endif  // DAB_HOST_SESSIONRECORDER_H

@@ -28,7 +28,6 @@ namespace {
 constexpr int kLogError = 6;
 constexpr int kListenBacklog = 64;
 constexpr size_t kMaxNameLength = 64;
-constexpr int kEventsPerWait = 32;
 
 std::atomic<uint32_t> gNextThreadToken{1};
 
