@@ -11,8 +11,9 @@ namespace media_lib_dab {
 
 namespace {
 
-// Longer than any wait of the worker for an answer: a replay that lost its way stops here.
-constexpr int kRequestWaitMs = 10000;
+// Longer than any wait of the worker for an answer, with room for a sanitizer build on a
+// loaded machine: a replay that lost its way stops here.
+constexpr int kRequestWaitMs = 30000;
 
 HostMutex gWrapLock;
 android::sp<RecordingDABLibBackend> gWrapper GUARDED_BY(gWrapLock);
