@@ -6,6 +6,7 @@
 // one included), byte 2 bit 0 writes the right interface token first, byte 3 marks which of
 // the first eight 4-byte slots after the token carry a binder object; the rest is parcel data.
 #include "HostParcel.h"
+#include "../fakes/PlayerOperationList.h"
 
 #include <dabplayer/IDABPlayer.h>
 #include <dabplayer/IDABPlayerClient.h>
@@ -39,84 +40,37 @@ int fillLabel(char* label, int* code) {
     return fillText(label, DAB_PLAYER_LABEL_SIZE);
 }
 
+// Every operation only writes its outputs; generated from the operation list.
+#define QUIET_V(name) \
+    int name() override { return 0; }
+#define QUIET_I(name) \
+    int name(int) override { return 0; }
+#define QUIET_II(name) \
+    int name(int, int) override { return 0; }
+#define QUIET_PI(name) \
+    int name(int* v) override { return fillInt(v); }
+#define QUIET_PC(name) \
+    int name(char* t) override { return fillText(t, DAB_PLAYER_LABEL_SIZE); }
+#define QUIET_LABEL(name) \
+    int name(char* l, int* c) override { return fillLabel(l, c); }
+#define QUIET_ITEM(name) \
+    int name(int, char* l, int* c) override { return fillLabel(l, c); }
+#define QUIET_DYNAMIC(name)                                 \
+    int name(char* t, int* c, int* len) override {          \
+        fillInt(c);                                         \
+        fillInt(len);                                       \
+        return fillText(t, DAB_PLAYER_DYNAMIC_TEXT_SIZE);   \
+    }
+#define QUIET_PRESET(name)                                          \
+    int name(int, int, char* l, int* c, int* avail) override {      \
+        fillInt(avail);                                             \
+        return fillLabel(l, c);                                     \
+    }
+
 class QuietPlayer : public BnDABPlayer {
 public:
-    int manualUp() override { return 0; }
-    int manualDown() override { return 0; }
-    int presetSeekUp() override { return 0; }
-    int presetSeekDown() override { return 0; }
-    int switchBand() override { return 0; }
-    int recall(int) override { return 0; }
-    int presetListRecall(int, int) override { return 0; }
-    int presetUpRecall() override { return 0; }
-    int presetDownRecall() override { return 0; }
-    int serviceListRecall(int) override { return 0; }
-    int ptyNewsinfoListRecall(int) override { return 0; }
-    int ptyPopularListRecall(int) override { return 0; }
-    int ptyClassicsListRecall(int) override { return 0; }
-    int ptyOthersListRecall(int) override { return 0; }
-    int ensembleListRecall(int) override { return 0; }
-    int memory(int) override { return 0; }
-    int presetListMemory(int, int) override { return 0; }
-    int requestPresetList(int) override { return 0; }
-    int timeShiftPlay() override { return 0; }
-    int timeShiftPause() override { return 0; }
-    int timeSeek(int) override { return 0; }
-    int requestDynamicText() override { return 0; }
-    int requestServiceListUpdate() override { return 0; }
-    int cancelServiceListUpdate() override { return 0; }
-    int requestServiceCompList() override { return 0; }
-    int requestEnsembleList() override { return 0; }
-    int requestPTYSecondList(int) override { return 0; }
-    int requestEnsembleSecondList(int) override { return 0; }
-    int abcSearch(int) override { return 0; }
-    int abcSearchCancel() override { return 0; }
-    int getBand(int* v) override { return fillInt(v); }
-    int getPresetNum(int* v) override { return fillInt(v); }
-    int getFrequence(int* v) override { return fillInt(v); }
-    int getFreqString(char* t) override { return fillText(t, DAB_PLAYER_LABEL_SIZE); }
-    int getBlockId(char* t) override { return fillText(t, DAB_PLAYER_LABEL_SIZE); }
-    int getSignalLevel(int* v) override { return fillInt(v); }
-    int getFmLink(int* v) override { return fillInt(v); }
-    int getBitPerSecond(int* v) override { return fillInt(v); }
-    int getPtyType(int* v) override { return fillInt(v); }
-    int getEnsembleLabel(char* l, int* c) override { return fillLabel(l, c); }
-    int getServiceLabel(char* l, int* c) override { return fillLabel(l, c); }
-    int getCompLabel(char* l, int* c) override { return fillLabel(l, c); }
-    int getCompTotal(int* v) override { return fillInt(v); }
-    int getCompNum(int* v) override { return fillInt(v); }
-    int getPlaybackStatus(int* v) override { return fillInt(v); }
-    int getTotalTime(int* v) override { return fillInt(v); }
-    int getCacheTime(int* v) override { return fillInt(v); }
-    int getPauseTime(int* v) override { return fillInt(v); }
-    int getDynamicText(char* t, int* c, int* len) override {
-        fillInt(c);
-        fillInt(len);
-        return fillText(t, DAB_PLAYER_DYNAMIC_TEXT_SIZE);
-    }
-    int getServiceListItem(int, char* l, int* c) override { return fillLabel(l, c); }
-    int getPtyPopularListItem(int, char* l, int* c) override { return fillLabel(l, c); }
-    int getPtyClassicsListItem(int, char* l, int* c) override { return fillLabel(l, c); }
-    int getPtyNewsinfoListItem(int, char* l, int* c) override { return fillLabel(l, c); }
-    int getPtyOthersListItem(int, char* l, int* c) override { return fillLabel(l, c); }
-    int getEnsembleCompListItem(int, char* l, int* c) override { return fillLabel(l, c); }
-    int getEnsembleListItem(int, char* l, int* c) override { return fillLabel(l, c); }
-    int getPresetListItem(int, int, char* l, int* c, int* avail) override {
-        fillInt(avail);
-        return fillLabel(l, c);
-    }
-    int getLogicMode(int* v) override { return fillInt(v); }
-    int getError(int* v) override { return fillInt(v); }
-    int getRealError(int* v) override { return fillInt(v); }
-    int getNm(int* v) override { return fillInt(v); }
-    int getDisplayFormat(int* v) override { return fillInt(v); }
-    int getAntStatus(int* v) override { return fillInt(v); }
-    int toNormalView() override { return 0; }
-    int toLive() override { return 0; }
-    int timeShift() override { return 0; }
-    int abcSearchOn() override { return 0; }
-    int abcSearchOff() override { return 0; }
-    int setDisplayFormat() override { return 0; }
+    PLAYER_OPERATIONS(QUIET_V, QUIET_I, QUIET_II, QUIET_PI, QUIET_PC, QUIET_LABEL, QUIET_ITEM,
+                      QUIET_DYNAMIC, QUIET_PRESET)
     int setClientListener(const sp<IDABPlayerClient>&) override { return 0; }
 };
 
