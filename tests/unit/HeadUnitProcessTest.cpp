@@ -179,8 +179,9 @@ TEST_F(HeadUnitProcessTest, ClientsListeningToThemselvesAreFreedWhenTheirProcess
 TEST_F(HeadUnitProcessTest, SuspendResumeAndAntennaFaultReachTheHeadUnitAndWatchersSeeTheServiceGo) {
     startHeadUnit();
     ASSERT_EQ(0, dabctl({"hu", "suspend"}).status);
-    EXPECT_TRUE(waitUntil([this] { return dabctl({"hu", "power"}).out.find("module 13  suspended  (resumes 1, suspends 1") != std::string::npos; },
-                          5s));
+    const std::string suspended = "module 13  suspended  (resumes 1, suspends 1";
+    EXPECT_TRUE(waitUntil(
+            [&] { return dabctl({"hu", "power"}).out.find(suspended) != std::string::npos; }, 5s));
     ASSERT_EQ(0, dabctl({"hu", "resume"}).status);
     EXPECT_TRUE(waitUntil([this] { return dabctl({"hu", "power"}).out.find("resumed  (resumes 2, suspends 1") != std::string::npos; },
                           5s));

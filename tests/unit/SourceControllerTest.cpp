@@ -131,11 +131,13 @@ TEST_F(UnboundControllerTest, NotificationsOtherThanReconnectAreOnlyLogged) {
 class BoundControllerTest : public MediaSourceFixture {};
 
 // Activation and deactivation of either source, with their identities, are in the lifecycle
-// replay; a source release deactivates only with reason 0, without the deactivation request.
-TEST_F(BoundControllerTest, ASourceReleaseDeactivatesOnlyWithReasonZero) {
+// replay; here the logged result, and a source release, which deactivates only with reason 0
+// and without the deactivation request.
+TEST_F(BoundControllerTest, ActivationLogsItsResultAndOnlyReleaseReasonZeroDeactivates) {
     resume();
     EXPECT_EQ(1, mMediaManager->activate("tadab"));
     EXPECT_EQ(DAB_SERVER_SOURCE_TA, peer().activeSourceType());
+    EXPECT_TRUE(mLog->contains("DABTASourceController onRequestActivation, Activation result 0"));
     mTAController->onSourceRelease(1);
     EXPECT_EQ(1, peer().isActive());
     mTAController->onSourceRelease(0);
