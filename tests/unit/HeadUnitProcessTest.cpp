@@ -33,7 +33,6 @@ std::vector<json> jsonLines(const std::string& text) {
 
 // Notification ids as clients receive them.
 constexpr int kFreqChange = 2;
-constexpr int kSignalLevelChange = 4;
 constexpr int kServiceLabelChange = 9;
 constexpr int kAntennaStatusChanged = 45;
 

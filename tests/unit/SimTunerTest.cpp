@@ -102,7 +102,7 @@ public:
     // Blocks until pred holds over the notifications since mark; false after the time-out.
     bool waitFor(size_t mark, const Pred& pred, int timeoutMs = 5000) {
         HostMutex::Autolock lock(mLock);
-        return mChanged.wait_for(lock.native(), Ms(timeoutMs), [&] {
+        return mChanged.wait_for(lock.native(), Ms(timeoutMs), [&]() REQUIRES(mLock) {
             return pred(Seens(mSeen.begin() + std::min(mark, mSeen.size()), mSeen.end()));
         });
     }
