@@ -66,8 +66,10 @@ constexpr int kGetServiceWaitMs = 2000;
 constexpr uint64_t kWorkEventId = ~0ull;
 // How long the sockets may go unwatched while the leader serves a call before a standby
 // thread takes over. The timer runs only while calls are served, so an idle process never
-// wakes.
-constexpr long kStallTimeoutNs = 1000000;
+// wakes. Longer than the kernel's tick: a timer due before the next tick makes every call
+// reprogram the CPU's timer hardware when it is armed and again when it is cancelled, which
+// costs a notification fanned out to 64 processes about a third of its time.
+constexpr long kStallTimeoutNs = 5000000;
 
 // One unit of work for a pool thread, or for a waiting thread when it is a nested call.
 struct BinderWork {
