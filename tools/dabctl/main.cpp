@@ -11,6 +11,7 @@
 #include "RadioSnapshot.h"
 #include "ServiceDump.h"
 #include "ToolArgs.h"
+#include "WallClock.h"
 
 #include <headunit/HeadUnitNames.h>
 #include <nlohmann/json.hpp>
@@ -199,7 +200,7 @@ int runStatus(const std::vector<std::string>& args) {
 void printNotification(const Notification& n) {
     const char* name = notifyName(n.id);
     if (gJson) {
-        json j = {{"time", timeOfDay()},
+        json j = {{"time", wallClockText()},
                   {"id", n.id},
                   {"name", name != nullptr ? json(name) : json(nullptr)},
                   {"ext1", n.ext1},
@@ -208,7 +209,7 @@ void printNotification(const Notification& n) {
         printLine(dump(j));
         return;
     }
-    std::string line = timeOfDay() + "  " + (name != nullptr ? name : "UNKNOWN") + " (" +
+    std::string line = wallClockText() + "  " + (name != nullptr ? name : "UNKNOWN") + " (" +
                        std::to_string(n.id) + ")  ext1=" + std::to_string(n.ext1) +
                        "  ext2=" + std::to_string(n.ext2);
     if (n.hasParcel) line += "  text=\"" + n.text + "\"";

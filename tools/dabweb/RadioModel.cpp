@@ -5,6 +5,7 @@
 #include "HostMutex.h"
 #include "NotifyNames.h"
 #include "TextConversion.h"
+#include "WallClock.h"
 
 
 #include <cstdio>
@@ -177,7 +178,7 @@ json RadioModel::apply(const Notification& n, uint64_t seq) {
     std::string shortName = name != nullptr ? name : "UNKNOWN";
     static const char kPrefix[] = "DAB_SERVER_NOTIFY_";
     if (shortName.compare(0, sizeof(kPrefix) - 1, kPrefix) == 0) shortName.erase(0, sizeof(kPrefix) - 1);
-    json entry = {{"seq", seq}, {"time", dabclient::timeOfDay()}, {"id", n.id}, {"name", shortName},
+    json entry = {{"seq", seq}, {"time", wallClockText()}, {"id", n.id}, {"name", shortName},
                   {"ext1", n.ext1}, {"ext2", n.ext2}};
     if (n.hasParcel) entry["text"] = n.text;
 

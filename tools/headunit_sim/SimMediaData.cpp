@@ -2,6 +2,7 @@
 
 #include "HostMutex.h"
 #include "SimClock.h"
+#include "WallClock.h"
 
 #include <headunit/HeadUnitNames.h>
 #include <log/log_tag_id.h>
@@ -22,7 +23,7 @@ int SimMediaData::attach() {
 }
 
 int SimMediaData::publish(const String8& key, int value) {
-    Entry e{simclock::wallClockText(), simclock::monotonicMs(), std::string(key.string()), value};
+    Entry e{wallClockText(), simclock::monotonicMs(), std::string(key.string()), value};
     __android_log_print_tag_id(kLogInfo, headunit::kLogTagId, headunit::kLogTag,
                                "media data %s = %d", e.key.c_str(), value);
     HostMutex::Autolock lock(mEntriesLock);

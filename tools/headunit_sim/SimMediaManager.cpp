@@ -2,6 +2,7 @@
 
 #include "HostMutex.h"
 #include "SimClock.h"
+#include "WallClock.h"
 
 #include <headunit/HeadUnitNames.h>
 #include <log/log_tag_id.h>
@@ -58,7 +59,7 @@ int SimMediaManager::createSource(const String8& name8,
         s.view.active = false;
         s.view.mediaStatus = 0;
         s.view.records = 0;
-        s.view.createdAt = simclock::wallClockText();
+        s.view.createdAt = wallClockText();
         s.view.createdAfterRestartMs = afterRestart = (mRestartMs >= 0 ? now - mRestartMs : -1);
     }
     IInterface::asBinder(listener)->linkToDeath(sp<IBinder::DeathRecipient>(this));
@@ -100,7 +101,7 @@ int SimMediaManager::publishMediaInfo(const String8& name8, const MediaInfoParce
         view.bar[f.kind] = BarField{std::string(f.text.string()), f.value};
     }
     ++view.records;
-    mRecords.push_back(RecordView{simclock::wallClockText(), name, info.fields()});
+    mRecords.push_back(RecordView{wallClockText(), name, info.fields()});
     while (mRecords.size() > kMaxRecords) mRecords.pop_front();
     return 0;
 }

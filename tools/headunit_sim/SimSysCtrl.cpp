@@ -1,7 +1,7 @@
 #include "SimSysCtrl.h"
 
 #include "HostMutex.h"
-#include "SimClock.h"
+#include "WallClock.h"
 
 #include <headunit/HeadUnitNames.h>
 #include <log/log_tag_id.h>
@@ -36,7 +36,7 @@ int SimSysCtrl::attach(const sp<IHeadUnitSysCtrlListener>& listener, int moduleI
         seq = mNextSeq++;
         mModules.push_back(Module{listener,
                                   ModuleView{moduleId, flags, kAttached, 0, 0,
-                                             simclock::wallClockText()},
+                                             wallClockText()},
                                   seq});
     }
     IInterface::asBinder(listener)->linkToDeath(sp<IBinder::DeathRecipient>(this));
@@ -71,7 +71,7 @@ bool SimSysCtrl::setState(const IBinder* listener, PowerState state, bool finish
     for (Module& m : mModules) {
         if (IInterface::asBinder(m.listener).get() != listener) continue;
         m.view.state = state;
-        m.view.since = simclock::wallClockText();
+        m.view.since = wallClockText();
         if (finished && state == kResumed) ++m.view.resumes;
         if (finished && state == kSuspended) ++m.view.suspends;
         return true;
@@ -115,7 +115,7 @@ int SimSysCtrl::transition(bool resume, int seq) {
         for (Module& m : mModules) {
             if (seq != 0 && m.seq != seq) continue;
             m.view.state = resume ? kResuming : kSuspending;
-            m.view.since = simclock::wallClockText();
+            m.view.since = wallClockText();
             targets.emplace_back(m.listener, m.view.moduleId);
         }
     }
