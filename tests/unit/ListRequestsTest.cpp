@@ -12,6 +12,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 using namespace android;
@@ -322,25 +323,22 @@ TEST_F(ListRequestsTest, PresetItemShowsItsLabelOrItsChannelInTheDisplayFormatOr
     char label[16];
     int code = 0;
     int avail = -1;
-    peer().currentDisplayFormat() = 1;
-    EXPECT_EQ(0, mService->getPresetListItem(1, 2, label, &code, &avail));
-    EXPECT_EQ("174.928", text16(label));
-    EXPECT_EQ(5, code);
-    EXPECT_EQ(0, avail);
+    // An unknown format leaves the label as the caller passed it.
+    const std::pair<int, std::string> formats[] = {
+            {1, "174.928"}, {2, "5A"}, {3, "KEEPKEEPKEEPKEEP"}};
+    for (const auto& f : formats) {
+        peer().currentDisplayFormat() = f.first;
+        memcpy(label, "KEEPKEEPKEEPKEEP", 16);
+        code = 0;
+        avail = -1;
+        EXPECT_EQ(0, mService->getPresetListItem(1, 2, label, &code, &avail)) << f.first;
+        EXPECT_EQ(f.second, text16(label));
+        EXPECT_EQ(5, code);
+        EXPECT_EQ(0, avail);
+    }
     EXPECT_TRUE(mLog->contains("presetListItem.nm=13"));
     EXPECT_TRUE(mLog->contains("getPresetListItem 1"));
     EXPECT_TRUE(mLog->contains("getPresetListItem 2"));
-
-    peer().currentDisplayFormat() = 2;
-    EXPECT_EQ(0, mService->getPresetListItem(1, 2, label, &code, &avail));
-    EXPECT_EQ("5A", text16(label));
-    EXPECT_EQ(5, code);
-
-    // An unknown format leaves the label as the caller passed it.
-    peer().currentDisplayFormat() = 3;
-    memcpy(label, "KEEPKEEPKEEPKEEP", 16);
-    EXPECT_EQ(0, mService->getPresetListItem(1, 2, label, &code, &avail));
-    EXPECT_EQ(0, memcmp(label, "KEEPKEEPKEEPKEEP", 16));
 
     peer().currentDisplayFormat() = initialFormat;
     cachePreset(2, 6, 1, 40, "My Station", 7);
@@ -377,8 +375,6 @@ protected:
 };
 
 TEST_F(ListRequestsWorkerTest, RequestsQueueUncachedPresetBandsAndItemOneOfEachPtyGroup) {
-    peer().presetListNotCached()[1] = 0;
-    EXPECT_EQ(0, mClient->requestPresetList(2));
     peer().presetListNotCached()[1] = 1;
     EXPECT_EQ(0, mClient->requestPresetList(2));
     EXPECT_TRUE(mTuner->waitForCommand("pchListReq(1)"));
