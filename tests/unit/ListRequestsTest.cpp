@@ -462,7 +462,7 @@ protected:
     sp<IDABPlayer> mPlayer;
 };
 
-TEST_F(ListEndToEndTest, PresetBandsArriveOnActivationAndAgainAfterAPresetIsStored) {
+TEST_F(ListEndToEndTest, PresetBandsArriveOnActivationAndAfterAStoreThenAnEmptyListEndsItsWait) {
     activateAndReceivePresets();
     std::vector<std::string> presets = notesOf(*mClient, {DAB_SERVER_NOTIFY_PRESET_ITEM_UPDATE});
     ASSERT_EQ(18u, presets.size());
@@ -514,15 +514,13 @@ TEST_F(ListEndToEndTest, PresetBandsArriveOnActivationAndAgainAfterAPresetIsStor
     EXPECT_EQ(3, peer().presetListNotifyCount());
     EXPECT_FALSE(mLog->contains("DABPlayer set mFlagReqPrestListSourceOn = 0"));
     EXPECT_EQ(1, peer().presetReceived(1, 1));
-}
 
-TEST_F(ListEndToEndTest, EmptyEnsembleListAnnouncesZeroAndEndsTheWaitForItemOne) {
-    activateAndReceivePresets();
+    // An empty ensemble list announces size 0 and ends the wait for its item 1.
     mClient->clear();
     mTuner->clearCommands();
     ASSERT_EQ(0, mPlayer->requestEnsembleList());
     ASSERT_TRUE(mClient->waitForNote(DAB_SERVER_NOTIFY_ENSEMBLE_LIST_COUNT_UPDATE, 0));
-    sp<DABListProcessThread> worker = peer().listWorker();
+    worker = peer().listWorker();
     // Well within the worker's 5 s: the empty answer ended the request.
     EXPECT_TRUE(eventually(
             [&] { return worker->currentMsg().msgType == 0 && worker->queueSize() == 0; }, 2000));
