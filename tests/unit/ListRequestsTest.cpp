@@ -216,25 +216,19 @@ TEST_F(ListRequestsTest, EveryGetterReadsOnlyTheListBeingBrowsed) {
         EXPECT_EQ('x', label[16]) << "no terminator is added";
         EXPECT_EQ(5, code);
         EXPECT_TRUE(mLog->contains(g.entryLine));
-        // A position without entry answers 1 and writes nothing.
+        // A position without entry reads as an empty label: it answers 1 and writes nothing.
         code = 99;
         EXPECT_EQ(1, (mService.get()->*g.get)(2, label, &code));
+        EXPECT_EQ('A', label[0]);
         EXPECT_EQ(99, code);
         EXPECT_EQ(1, (mService.get()->*g.get)(-1, label, &code));
     }
     EXPECT_TRUE(mLog->contains("bRetStatus =0 code=5"));
 
-    // An entry with an empty label answers 1 and leaves the outputs alone.
-    COMP_LIST_ITEM empty = compItem(1, "");
-    peer().cache().cacheServiceItem(DAB_SERVER_SERVICE_ITEM_PTY_CLASSICS, &empty);
-    char label[16];
-    memset(label, 'q', sizeof(label));
-    int code = 42;
-    EXPECT_EQ(1, mService->getPtyClassicsListItem(0, label, &code));
-    EXPECT_EQ('q', label[0]);
-    EXPECT_EQ(42, code);
-
     // Getters of another list refuse with code 21; a null label is refused.
+    peer().cache().setCurrentCachedServiceItemType(DAB_SERVER_SERVICE_ITEM_PTY_CLASSICS);
+    char label[16];
+    int code = 42;
     EXPECT_EQ(-1, mService->getServiceListItem(0, label, &code));
     EXPECT_EQ(21, code);
     EXPECT_TRUE(mLog->contains("bRetStatus =-1 code=21"));
