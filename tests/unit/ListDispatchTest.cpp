@@ -226,12 +226,18 @@ TEST_F(ListDispatchTest, EachKindAnnouncesWithItsOwnIdsAndLogsItsOwnLines) {
         const char* countLine;
         const char* itemLine;
     } kinds[] = {
-            {25, 24, "pty newsinfo list count update compCount=2", "pty newsinfo list item update index=1"},
-            {27, 26, "pty popular list count update compCount=2", "pty popular list item update index=1"},
-            {29, 28, "pty classics list count update compCount=2", "pty classics list item update index=1"},
-            {31, 30, "pty others list count update compCount=2", "pty others list item update index=1"},
-            {33, 32, "emsemble comp count update, compCount=2", "ensemble comp list item update index=1"},
-            {35, 34, "ensemble list count update ensembleCount=2", "ensemble list item update index=1"},
+            {25, 24, "pty newsinfo list count update compCount=2",
+             "pty newsinfo list item update index=1"},
+            {27, 26, "pty popular list count update compCount=2",
+             "pty popular list item update index=1"},
+            {29, 28, "pty classics list count update compCount=2",
+             "pty classics list item update index=1"},
+            {31, 30, "pty others list count update compCount=2",
+             "pty others list item update index=1"},
+            {33, 32, "emsemble comp count update, compCount=2",
+             "ensemble comp list item update index=1"},
+            {35, 34, "ensemble list count update ensembleCount=2",
+             "ensemble list item update index=1"},
     };
     for (const Kind& k : kinds) {
         mClient->clear();
