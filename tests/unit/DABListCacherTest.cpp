@@ -60,10 +60,7 @@ protected:
     DABListCacher mCacher;
 };
 
-TEST_F(DABListCacherTest, FreshCacheReadsZeroPresetsAndRefusesTypeZero) {
-    PRESET_LIST_ITEM out = filledWith<PRESET_LIST_ITEM>(0x5A);
-    EXPECT_EQ(0, mCacher.getCachedPresetItem(2, 3, &out));
-    EXPECT_TRUE(sameRecord(filledWith<PRESET_LIST_ITEM>(0), out));
+TEST_F(DABListCacherTest, FreshCacheCountsZeroAndRefusesTypeZero) {
     EXPECT_EQ(0, mCacher.getServiceListCount());
 
     int type = 42;
@@ -84,7 +81,7 @@ TEST_F(DABListCacherTest, CachePresetRefusesOutOfRangeAndStoresByTheBandArgument
     }
     for (int band = 1; band <= 3; ++band) {
         for (int index = 1; index <= 6; ++index) {
-            PRESET_LIST_ITEM out;
+            PRESET_LIST_ITEM out = filledWith<PRESET_LIST_ITEM>(0x5A);
             ASSERT_EQ(0, mCacher.getCachedPresetItem(band, index, &out));
             EXPECT_TRUE(sameRecord(filledWith<PRESET_LIST_ITEM>(0), out)) << band << "/" << index;
         }
@@ -341,18 +338,6 @@ TEST(DABListCacherConcurrencyTest, ReadsNeverSeeTornRecordsWhileWriterAndClearer
     reader.join();
     clearer.join();
     EXPECT_EQ(0, badReads.load());
-
-    // Still whole after the race: fresh writes read back exactly.
-    PRESET_LIST_ITEM preset = uniformPreset(2, 5, 99);
-    ASSERT_EQ(0, cacher.cachePresetItem(2, &preset));
-    PRESET_LIST_ITEM presetOut;
-    ASSERT_EQ(0, cacher.getCachedPresetItem(2, 5, &presetOut));
-    EXPECT_TRUE(sameRecord(preset, presetOut));
-    COMP_LIST_ITEM comp = uniformComp(5, 99);
-    cacher.cacheServiceItem(1, &comp);
-    COMP_LIST_ITEM compOut;
-    ASSERT_EQ(0, cacher.getCachedServiceItem(8, 5, &compOut));
-    EXPECT_TRUE(sameRecord(comp, compOut));
 }
 
 }  // namespace

@@ -292,19 +292,6 @@ TEST_F(WorkerTimers, UnansweredListRequestIsRetriedAfterFiveSecondsBehindTheQueu
     EXPECT_EQ(1, mLog->count("list of band 1 is not received finish,and push it in message queue again"));
 }
 
-TEST_F(WorkerTimers, WaitEventEndedInTimeNeverTimesOut) {
-    activateAndSettle();
-    ASSERT_EQ(0, mService->switchBand());
-    ASSERT_TRUE(waitWorkerHolds(DAB_SERVER_QUEUE_MSG_WAIT_SWITCH_BAND));
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    mService->clearSwitchBandStatus();
-    ASSERT_TRUE(waitWorkerIdle());
-    std::this_thread::sleep_for(std::chrono::milliseconds(2500));
-    EXPECT_EQ(0, timeOutNotes());
-    EXPECT_FALSE(mLog->contains("DABListProcessThread old preset up/down reach 2 second"));
-    EXPECT_TRUE(mLog->contains("DABListProcessThread get new preset up/down"));
-}
-
 TEST_F(WorkerTimers, WaitEventTimesOutOnceTwoSecondsAfterTheLastRegistration) {
     activateAndSettle();
     ASSERT_EQ(0, mService->switchBand());
