@@ -118,30 +118,6 @@ TEST_F(ListWorker, ServiceListItemGoesFirstAndItemOneDropsQueuedItemsOfItsType) 
     EXPECT_THAT(mTuner->commands(), ElementsAre("svcCompListItemReq(1,0,0)", "ptyListItemReq(3,2)"));
 }
 
-TEST_F(ListWorker, ItemsQueuedFromNDownToTwoReachTheTunerAscending) {
-    // As the dispatch does: the first item's answer queues N..2, then ends item 1.
-    constexpr int kSize = 6;
-    mTuner->setCommandHook(nullptr);
-    mTuner->setCommandHook([this](const std::string& command) {
-        LIST_QUEUE_MSG msg;
-        if (!TunerListAnswerer::toMsg(command, &msg)) return;
-        if (msg.itemIndex == 1) {
-            for (int index = kSize; index >= 2; --index) {
-                mWorker->requestServiceListItem(msgOf(msg.msgType, index, msg.param));
-            }
-        }
-        mWorker->listItemCachedFinished(msg);
-    });
-    mWorker->requestServiceListItem(msgOf(DAB_SERVER_QUEUE_MSG_ENSEMBLE_COMP, 1, 0x1E2C3));
-    ASSERT_TRUE(mTuner->waitForCommand("ensembleCompListItemReq(6,58051)"));
-    ASSERT_TRUE(waitIdle());
-    EXPECT_THAT(mTuner->commands(),
-                ElementsAre("ensembleCompListItemReq(1,58051)", "ensembleCompListItemReq(2,58051)",
-                            "ensembleCompListItemReq(3,58051)", "ensembleCompListItemReq(4,58051)",
-                            "ensembleCompListItemReq(5,58051)", "ensembleCompListItemReq(6,58051)"));
-    mTuner->setCommandHook(nullptr);
-}
-
 TEST_F(ListWorker, EveryListTypeSendsItsRequestAndLogsIt) {
     struct Case {
         int type;
@@ -193,17 +169,6 @@ TEST_F(ListWorker, AnswerForAnotherItemOrWhileIdleHasNoEffect) {
     EXPECT_TRUE(mLog->contains("success for signal "));
 }
 
-TEST_F(ListWorker, MessagesOfTypeZeroAreRefused) {
-    holdWorker();
-    EXPECT_EQ(-1, mWorker->requestWaitEvent(msgOf(DAB_SERVER_QUEUE_MSG_NONE)));
-    mWorker->requestPresetListItemUpdate(msgOf(DAB_SERVER_QUEUE_MSG_NONE));
-    mWorker->requestServiceListItem(msgOf(DAB_SERVER_QUEUE_MSG_NONE, 1));
-    mWorker->removeWaitEvent(msgOf(DAB_SERVER_QUEUE_MSG_NONE));
-    EXPECT_EQ(0u, mWorker->queueSize());
-    EXPECT_TRUE(mLog->contains(
-            "DABListProcessThread::DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE requestWaitEvent msgType=0,itemIndex=0"));
-}
-
 TEST_F(ListWorker, WaitEventEndedByItsOwnMessageIsNotTimedOut) {
     EXPECT_EQ(0, mWorker->requestWaitEvent(msgOf(DAB_SERVER_QUEUE_MSG_WAIT_MANUAL_UPDOWN)));
     ASSERT_TRUE(eventually(
@@ -218,10 +183,17 @@ TEST_F(ListWorker, WaitEventEndedByItsOwnMessageIsNotTimedOut) {
     EXPECT_TRUE(mTuner->commands().empty());
 }
 
+// Messages of type 0 are refused and do not count in the queue.
 TEST_F(ListWorker, ExitMessageGoesInFrontAndEndsTheWorkerAfterTheHeldWait) {
     holdWorker();
     mWorker->requestPresetListItemUpdate(msgOf(DAB_SERVER_QUEUE_MSG_PRESET_LIST_BAND1));
     mWorker->requestServiceListItem(msgOf(DAB_SERVER_QUEUE_MSG_SERVICE_COMP, 1));
+    EXPECT_EQ(-1, mWorker->requestWaitEvent(msgOf(DAB_SERVER_QUEUE_MSG_NONE)));
+    mWorker->requestPresetListItemUpdate(msgOf(DAB_SERVER_QUEUE_MSG_NONE));
+    mWorker->requestServiceListItem(msgOf(DAB_SERVER_QUEUE_MSG_NONE, 1));
+    mWorker->removeWaitEvent(msgOf(DAB_SERVER_QUEUE_MSG_NONE));
+    EXPECT_TRUE(mLog->contains("DABListProcessThread::DAB_SERVER_NOTIFY_LOGIC_MODE_CHANGE "
+                               "requestWaitEvent msgType=0,itemIndex=0"));
     mWorker->pushExitMsg();  // no exit request: only the message stops it
     EXPECT_EQ(3u, mWorker->queueSize());
     EXPECT_TRUE(mLog->contains("DABListProcessThread::pushExitMsg"));
