@@ -60,20 +60,6 @@ protected:
     DABListCacher mCacher;
 };
 
-TEST_F(DABListCacherTest, FreshCacheCountsZeroAndRefusesTypeZero) {
-    EXPECT_EQ(0, mCacher.getServiceListCount());
-
-    int type = 42;
-    EXPECT_EQ(1, mCacher.getCurrentCachedServiceItemType(&type));
-    EXPECT_EQ(-1, mCacher.setCurrentCachedServiceItemType(0));
-    EXPECT_EQ(1, mCacher.getCurrentCachedServiceItemType(&type));
-    EXPECT_EQ(42, type);
-    EXPECT_EQ(0, mCacher.setCurrentCachedServiceItemType(7));
-    EXPECT_EQ(-1, mCacher.setCurrentCachedServiceItemType(0));
-    ASSERT_EQ(0, mCacher.getCurrentCachedServiceItemType(&type));
-    EXPECT_EQ(7, type);
-}
-
 TEST_F(DABListCacherTest, CachePresetRefusesOutOfRangeAndStoresByTheBandArgument) {
     for (const auto& bad : std::vector<std::pair<int, int>>{{1, 0}, {1, 7}, {1, -1}, {0, 1}, {4, 1}}) {
         PRESET_LIST_ITEM item = makePreset(bad.first, bad.second, 30, "BAD");
@@ -179,7 +165,18 @@ TEST_F(DABListCacherTest, ListsReplaceByIndexAndTypeEightReadsListOne) {
     EXPECT_EQ(1, mCacher.getCachedEnsembleItem(2, &ens));
 }
 
-TEST_F(DABListCacherTest, ClearsEmptyTheirListsOnlyAndLeaveCurrentType) {
+// A fresh cache counts 0 and has no type; type 0 is refused.
+TEST_F(DABListCacherTest, TypeZeroIsRefusedAndClearsEmptyTheirListsOnlyAndLeaveCurrentType) {
+    EXPECT_EQ(0, mCacher.getServiceListCount());
+
+    int type = 42;
+    EXPECT_EQ(1, mCacher.getCurrentCachedServiceItemType(&type));
+    EXPECT_EQ(42, type);
+    EXPECT_EQ(0, mCacher.setCurrentCachedServiceItemType(7));
+    EXPECT_EQ(-1, mCacher.setCurrentCachedServiceItemType(0));
+    ASSERT_EQ(0, mCacher.getCurrentCachedServiceItemType(&type));
+    EXPECT_EQ(7, type);
+
     PRESET_LIST_ITEM preset = makePreset(3, 3, 30, "P");
     ASSERT_EQ(0, mCacher.cachePresetItem(3, &preset));
     ENSEMBLE_LIST_ITEM ens = makeEnsemble(2, 0x1001, "E");
@@ -190,7 +187,6 @@ TEST_F(DABListCacherTest, ClearsEmptyTheirListsOnlyAndLeaveCurrentType) {
     COMP_LIST_ITEM compOut;
     ENSEMBLE_LIST_ITEM ensOut;
     PRESET_LIST_ITEM presetOut;
-    int type = 0;
 
     mLog.clear();
     mCacher.clearServiceListCache();  // keeps the ensemble list the client chose from
