@@ -417,8 +417,6 @@ TEST_F(DABPlayerInterfacesTest, UnknownCodesAndWrongInterfaceTokensAreRefused) {
     }
     Request toPlayer(IDABPlayerClient::descriptor, {1});
     EXPECT_EQ(PERMISSION_DENIED, player->transact(IDABPlayer::RECALL, toPlayer, &reply));
-    Request toClient(IDABPlayer::descriptor, {0, 0, 0, 0});
-    EXPECT_EQ(PERMISSION_DENIED, client->transact(IDABPlayerClient::NOTIFY, toClient, nullptr));
     Request toService(IDABPlayer::descriptor, {1});
     toService.writeStrongBinder(nullptr);
     EXPECT_EQ(PERMISSION_DENIED, service->transact(IDABPlayerService::CREATE_CLIENT, toService, &reply));
