@@ -15,7 +15,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <set>
 #include <thread>
 
 using namespace android;
@@ -176,27 +175,6 @@ TEST_F(BinderIpcTest, CallBlockedInTheServiceDoesNotHoldUpAnotherOnTheSameConnec
     EXPECT_EQ(2, reply.readInt32());
     EXPECT_FALSE(sleeperDone.load()) << "answered while the other call was still blocked";
     sleeper.join();
-}
-
-TEST_F(BinderIpcTest, SixteenClientsReceiveEveryOnewayNotificationInOrder) {
-    sp<TestNode> hub = addHub();
-    std::set<pid_t> children;
-    for (int i = 0; i < 16; ++i) children.insert(spawnPeer({"client", "hub"}));
-    ASSERT_TRUE(hub->waitRegistered(16, 30s));
-    const std::vector<pid_t> pids = hub->registeredPids();
-    EXPECT_EQ(children, std::set<pid_t>(pids.begin(), pids.end()))
-            << "each registration's calling pid is its client's";
-
-    // Below the queue bound: no client may be dropped however the scheduler runs them.
-    constexpr int kNotifications = 600;
-    const std::vector<sp<IBinder>> clients = hub->registered();
-    for (int seq = 0; seq < kNotifications; ++seq) {
-        for (const sp<IBinder>& client : clients) ASSERT_EQ(NO_ERROR, notifyClient(client, seq));
-    }
-    for (const sp<IBinder>& client : clients) {
-        EXPECT_EQ(std::make_pair(kNotifications, 1), waitCount(client, kNotifications));
-    }
-    hub->clearRegistered();
 }
 
 TEST_F(BinderIpcTest, StoppedClientDelaysNobodyAndIsDroppedPastTheQueueBound) {
