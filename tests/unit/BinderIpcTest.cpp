@@ -177,51 +177,6 @@ TEST_F(BinderIpcTest, CallBlockedInTheServiceDoesNotHoldUpAnotherOnTheSameConnec
     sleeper.join();
 }
 
-TEST_F(BinderIpcTest, StoppedClientDelaysNobodyAndIsDroppedPastTheQueueBound) {
-    HostLog::Capture log;
-    sp<TestNode> hub = addHub();
-    const int liveBefore = liveNodes().load() + 4;  // each client has the hub create one
-    for (int i = 0; i < 4; ++i) spawnPeer({"client", "hub"});
-    ASSERT_TRUE(hub->waitRegistered(4, 30s));
-    ASSERT_TRUE(waitUntil([&] { return liveNodes().load() == liveBefore; }, 10s));
-    const std::vector<sp<IBinder>> clients = hub->registered();
-    const pid_t stopped = hub->registeredPids()[0];
-    sp<CountingRecipient> recipient = new CountingRecipient();
-    ASSERT_EQ(NO_ERROR, clients[0]->linkToDeath(recipient));
-    ASSERT_EQ(0, kill(stopped, SIGSTOP));
-
-    constexpr int kNotifications = 4000;
-    auto slowest = std::chrono::steady_clock::duration::zero();
-    for (int seq = 0; seq < kNotifications; ++seq) {
-        for (const sp<IBinder>& client : clients) {
-            const auto start = std::chrono::steady_clock::now();
-            notifyClient(client, seq, 64);
-            slowest = std::max(slowest, std::chrono::steady_clock::now() - start);
-        }
-        // The running clients are kept close behind, so only the stopped one falls back.
-        if ((seq + 1) % 250 == 0) {
-            for (size_t i = 1; i < clients.size(); ++i) ASSERT_EQ(seq + 1, waitCount(clients[i], seq + 1).first);
-        }
-    }
-    EXPECT_LT(slowest, 1s) << "a one-way call never waits for its receiver";
-    for (size_t i = 1; i < clients.size(); ++i) {
-        EXPECT_EQ(std::make_pair(kNotifications, 1), waitCount(clients[i], kNotifications));
-    }
-    // Dropped: its references are released and it is told of nothing more.
-    EXPECT_TRUE(waitUntil([&] { return recipient->count() == 1; }, 5s));
-    EXPECT_TRUE(waitUntil([&] { return liveNodes().load() == liveBefore - 1; }, 5s))
-            << "the object the stopped client held is destroyed";
-    EXPECT_FALSE(clients[0]->isBinderAlive());
-    const std::string prefix = "connection to pid " + std::to_string(stopped) + " dropped: peer not reading";
-    int lines = 0;
-    for (const std::string& m : log.messages("binder")) lines += m.rfind(prefix, 0) == 0 ? 1 : 0;
-    EXPECT_EQ(1, lines);
-    // Woken up, it finds the service gone.
-    kill(stopped, SIGCONT);
-    EXPECT_EQ(4, waitExit(stopped, 10s));
-    hub->clearRegistered();
-}
-
 TEST_F(BinderIpcTest, KilledClientLosesItsObjectsAndDeathIsToldOnce) {
     sp<TestNode> hub = addHub();
     const int liveBefore = liveNodes().load() + 1;  // the client has the hub create one
