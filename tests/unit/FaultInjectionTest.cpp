@@ -183,7 +183,9 @@ TEST_F(FaultInjectionTest, HealthyClientsMissNothingAndTheServiceEndsWhereItStar
     sp<IDABPlayer> player = service->createClient(static_cast<int>(getpid()), nullptr);
     ASSERT_NE(nullptr, player);
     String8 simOut;
-    auto simCommand = [&](const std::string& line) { return sim->execute(String8(line.c_str()), 0, &simOut); };
+    auto simCommand = [&](const std::string& line) {
+        return sim->execute(String8(line.c_str()), 0, &simOut);
+    };
 
     kill(watchers[kStopped], SIGSTOP);
     const pid_t reconnecting =
@@ -217,8 +219,12 @@ TEST_F(FaultInjectionTest, HealthyClientsMissNothingAndTheServiceEndsWhereItStar
     // Watchers are checked one at a time, each until it is complete: reading every output
     // again on each look would take the machine from the processes under test.
     int completed = 0;
-    waitUntil([&] { while (completed < kStopped && complete(completed)) ++completed;
-                    return completed == kStopped; }, 60s);
+    waitUntil(
+            [&] {
+                while (completed < kStopped && complete(completed)) ++completed;
+                return completed == kStopped;
+            },
+            60s);
     for (int w = completed; w < kStopped; ++w) EXPECT_TRUE(complete(w)) << "watcher " << w;
     const auto deliveredTime = std::chrono::steady_clock::now() - floodStart;
 
@@ -237,7 +243,8 @@ TEST_F(FaultInjectionTest, HealthyClientsMissNothingAndTheServiceEndsWhereItStar
     // The head-unit simulator dies and comes back: both sources are registered again.
     kill(simPid(), SIGKILL);
     EXPECT_EQ(-SIGKILL, waitExit(simPid(), 5s));
-    ASSERT_TRUE(waitUntil([&] { return logCount("ReConnectServiceThread::threadLoop() once gap=1000000") >= 2; }, 10s));
+    const char* const kRetrying = "ReConnectServiceThread::threadLoop() once gap=1000000";
+    ASSERT_TRUE(waitUntil([&] { return logCount(kRetrying) >= 2; }, 10s));
     const char* const kBack = "ReConnectServiceThread reconnect Success !!";
     const int reconnected = logCount(kBack);
     startSimulator("sim2");
