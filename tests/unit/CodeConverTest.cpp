@@ -86,7 +86,6 @@ TEST(CodeConverTest, MalformedTextAndUnknownCodesFailWithoutTextAndALabelIsReadN
         {kUcs2, std::string("\x00", 1)},
         {kUcs2, std::string("\xD8\x3D\xDE\x00", 4)},  // surrogate units
         {kUcs2, std::string("\x00" "A\xDC\x00", 4)},
-        {EN_CODE_CONVER_NONE, ""},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(::testing::PrintToString(c.bytes) + " code " + std::to_string(c.code));
