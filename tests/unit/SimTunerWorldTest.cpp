@@ -1,6 +1,5 @@
 #include "dabsim/SimCharset.h"
 #include "dabsim/SimScenario.h"
-#include "dabsim/SimTuner.h"
 #include "dabsim/SimWorld.h"
 
 #include <codeconver/CodeConver.h>
@@ -13,8 +12,6 @@
 #include <fstream>
 #include <set>
 #include <string>
-
-#include "HostLog.h"
 
 using namespace media_lib_dab;
 
@@ -210,15 +207,6 @@ TEST_F(SimScenarioTest, RefusalsNameTheFileThePlaceAndTheReason) {
     EXPECT_EQ(ensembles, world.ensembles.size());
 }
 
-TEST_F(SimScenarioTest, InstallRefusesTheScenarioNamedByTheEnvironmentAndLogsWhy) {
-    std::string path = write("env.json", R"({"ensembles": [{"block": 99, "eid": 1, "services": [{"sid": 1}]}]})");
-    setenv("DAB_SIM_SCENARIO", path.c_str(), 1);
-    HostLog::Capture capture;
-    std::string error;
-    EXPECT_FALSE(SimTuner::installAsDefault(&error));
-    unsetenv("DAB_SIM_SCENARIO");
-    EXPECT_EQ(path + ": ensembles[0].block: block id 99 outside 13..76", error);
-    EXPECT_EQ(std::vector<std::string>{"scenario refused: " + error}, capture.messages("DABSim"));
-}
+// A refused scenario named by DAB_SIM_SCENARIO stopping the service is in tests/run/check_run.sh.
 
 }  // namespace
