@@ -153,13 +153,12 @@ TEST_F(HeadUnitSimTest, RestartAsksEverySourceToReconnectForgetsThemAndRefusesTh
     EXPECT_EQ(1, mManager->restartCount());
     EXPECT_EQ(-1, mManager->activate("dab", &message));
 
-    // A re-created source starts afresh and says how long after the restart it came.
+    // A re-created source starts afresh; how long after the restart it came is checked by
+    // HeadUnitProcessTest.
     ASSERT_EQ(0, mManager->createSource(String8("dab"), mDab));
     const SimMediaManager::SourceView dab = source("dab");
     EXPECT_FALSE(dab.registered);
     EXPECT_TRUE(dab.bar.empty());
-    EXPECT_GE(dab.createdAfterRestartMs, 0);
-    EXPECT_LT(dab.createdAfterRestartMs, 1000);
 
     // With a downtime sources are refused until it is over.
     EXPECT_EQ(0, mManager->restart(300, &message));
