@@ -1,8 +1,16 @@
 #include "FakeMediaManager.h"
-#include "HostMutex.h"
-
 
 using namespace android;
+
+// The entries of one source (all of them when name is empty).
+template <typename T>
+static std::vector<T> ofSource(const std::vector<T>& all, const std::string& name) {
+    std::vector<T> out;
+    for (const T& entry : all) {
+        if (name.empty() || entry.name == name) out.push_back(entry);
+    }
+    return out;
+}
 
 std::string FakeMediaManager::Record::text() const {
     std::string out;
@@ -94,11 +102,7 @@ void FakeMediaManager::setPublishHook(std::function<void(const Record&)> hook) {
 
 std::vector<FakeMediaManager::Attempt> FakeMediaManager::attempts(const std::string& name) const {
     HostMutex::Autolock lock(mLock);
-    std::vector<Attempt> out;
-    for (const Attempt& a : mAttempts) {
-        if (name.empty() || a.name == name) out.push_back(a);
-    }
-    return out;
+    return ofSource(mAttempts, name);
 }
 
 int FakeMediaManager::acceptedCount(const std::string& name) const {
@@ -114,11 +118,7 @@ std::vector<FakeMediaManager::Registration> FakeMediaManager::registrations() co
 
 std::vector<FakeMediaManager::Record> FakeMediaManager::records(const std::string& name) const {
     HostMutex::Autolock lock(mLock);
-    std::vector<Record> out;
-    for (const Record& r : mRecords) {
-        if (name.empty() || r.name == name) out.push_back(r);
-    }
-    return out;
+    return ofSource(mRecords, name);
 }
 
 std::vector<std::string> FakeMediaManager::recordTexts(const std::string& name) const {
@@ -129,11 +129,7 @@ std::vector<std::string> FakeMediaManager::recordTexts(const std::string& name) 
 
 std::vector<FakeMediaManager::Status> FakeMediaManager::statuses(const std::string& name) const {
     HostMutex::Autolock lock(mLock);
-    std::vector<Status> out;
-    for (const Status& s : mStatuses) {
-        if (name.empty() || s.name == name) out.push_back(s);
-    }
-    return out;
+    return ofSource(mStatuses, name);
 }
 
 void FakeMediaManager::clearRecords() {

@@ -1,14 +1,9 @@
 #include "FakeTuner.h"
-#include "HostMutex.h"
 
 #include <algorithm>
 #include <cstring>
 
 using namespace media_lib_dab;
-
-FakeTuner::FakeTuner()
-    : mTitles(), mDls(), mPch(), mSvc(), mCallback(nullptr), mCookie(nullptr),
-      mInitialized(false), mFinalized(false) {}
 
 void FakeTuner::setGetter(const std::string& name, int value) {
     HostMutex::Autolock lock(mLock);
