@@ -30,7 +30,8 @@ std::vector<FakeClient::Note> FakeClient::notes() const {
 std::vector<std::string> FakeClient::summary() const {
     std::vector<std::string> out;
     for (const Note& n : notes()) {
-        std::string s = std::to_string(n.msg) + ":" + std::to_string(n.ext1) + ":" + std::to_string(n.ext2);
+        std::string s = std::to_string(n.msg) + ":" + std::to_string(n.ext1) + ":";
+        s += std::to_string(n.ext2);
         if (n.hasParcel) s += ":\"" + n.text + "\"";
         out.push_back(s);
     }

@@ -1,5 +1,7 @@
 #include "FakeMediaManager.h"
 
+#include "Eventually.h"
+
 using namespace android;
 
 // The entries of one source (all of them when name is empty).
@@ -34,7 +36,6 @@ bool FakeMediaManager::createSource(const String8& name, const sp<ISourceListene
     }
     mAttempts.push_back({name.string(), listener, accepted, std::chrono::steady_clock::now()});
     if (accepted) mListeners[name.string()] = listener;
-    mChanged.notify_all();
     return accepted;
 }
 
@@ -50,7 +51,6 @@ int FakeMediaManager::registerSource(const String8& name, int code, Parcel* repl
             for (int i = 0; i < mReplyInts; ++i) reply->writeInt32(i);
             reply->setDataPosition(0);
         }
-        mChanged.notify_all();
     }
     if (hook) hook(name.string());
     return result;
@@ -63,7 +63,6 @@ int FakeMediaManager::publishMediaInfo(const String8& name, const MediaInfoParce
         HostMutex::Autolock lock(mLock);
         mRecords.push_back(record);
         hook = mPublishHook;
-        mChanged.notify_all();
     }
     if (hook) hook(record);
     return 0;
@@ -72,7 +71,6 @@ int FakeMediaManager::publishMediaInfo(const String8& name, const MediaInfoParce
 int FakeMediaManager::setMediaStatus(const String8& name, MediaStatus status) {
     HostMutex::Autolock lock(mLock);
     mStatuses.push_back({name.string(), static_cast<int>(status)});
-    mChanged.notify_all();
     return 0;
 }
 
@@ -142,13 +140,7 @@ void FakeMediaManager::clearRecords() {
 
 bool FakeMediaManager::waitFor(const std::function<bool()>& pred,
                                std::chrono::milliseconds timeout) const {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (!pred()) {
-        if (std::chrono::steady_clock::now() >= deadline) return false;
-        HostMutex::Autolock lock(mLock);
-        mChanged.wait_for(lock.native(), std::chrono::milliseconds(10));
-    }
-    return true;
+    return waitUntil(pred, timeout);
 }
 
 sp<ISourceListener> FakeMediaManager::listener(const std::string& name) const {

@@ -7,8 +7,6 @@ bool FakeMediaData::allowCreate() {
     return !mCreateFails;
 }
 
-int FakeMediaData::attach() { return 0; }
-
 int FakeMediaData::publish(const String8& key, int value) {
     HostMutex::Autolock lock(mLock);
     mPublished.emplace_back(key.string(), value);

@@ -14,7 +14,6 @@
 class FakeMediaData : public android::MediaDataBackend {
 public:
     bool allowCreate() override;
-    int attach() override;
     int publish(const android::String8& key, int value) override;
 
     void setCreateFails(bool fails);

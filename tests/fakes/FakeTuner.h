@@ -7,7 +7,6 @@
 #include "HostMutex.h"
 
 #include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <map>
 #include <string>
@@ -67,7 +66,6 @@ private:
     int record(const std::string& text);
 
     mutable HostMutex mLock;                  // guards everything below
-    mutable std::condition_variable mRecorded;
     std::map<std::string, int> mGetters GUARDED_BY(mLock);
     media_lib_dab::ST_DAB_TITLE_TEXT mTitles[3] GUARDED_BY(mLock) = {};
     media_lib_dab::ST_DAB_DLS_TEXT mDls GUARDED_BY(mLock) = {};

@@ -26,7 +26,9 @@ public:
     std::atomic<int>& isInSourceOnDelay() { return mService->isInSourceOnDelay; }
     std::atomic<int>& isInPresetUpDown() { return mService->isInPresetUpDown; }
     std::atomic<int>& isInSwitchBand() { return mService->isInSwitchBand; }
-    std::atomic<int>& isInManualUPDownInFreqExtend() { return mService->isInManualUPDownInFreqExtend; }
+    std::atomic<int>& isInManualUPDownInFreqExtend() {
+        return mService->isInManualUPDownInFreqExtend;
+    }
     std::atomic<int>& isInPresetMemoryExtend() { return mService->isInPresetMemoryExtend; }
     std::atomic<int>& isInSeekCancel() { return mService->isInSeekCancel; }
     RelaxedAtomic<int>& currentLogicMode() { return mService->mCurrentLogicMode; }
@@ -65,7 +67,9 @@ public:
     // Station, playback and query state.
     RelaxedAtomic<int>& currentBlockId() { return mService->mCurrentBlockId; }
     RelaxedAtomic<int>& isHandServiceListUpdate() { return mService->mIsHandServiceListUpdate; }
-    RelaxedAtomic<uint8_t>& dynamicTextPublishEnabled() { return mService->mDynamicTextPublishEnabled; }
+    RelaxedAtomic<uint8_t>& dynamicTextPublishEnabled() {
+        return mService->mDynamicTextPublishEnabled;
+    }
     RelaxedAtomic<int>& dynamicTextStatus() { return mService->mDynamicTextStatus; }
     std::atomic<int>& isDynamicTextCached() { return mService->isDynamicTextCached; }
     RelaxedAtomic<int>& currentCompTotal() { return mService->mCurrentCompTotal; }
