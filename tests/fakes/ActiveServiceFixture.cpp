@@ -1,7 +1,6 @@
 #include "ActiveServiceFixture.h"
 
 #include "DABListProcessThread.h"
-#include "DABLog.h"
 
 using namespace android;
 

@@ -12,6 +12,15 @@
 #include <cstdlib>
 #include <thread>
 
+// The build tree: the test executable sits at its top.
+static std::string buildDir() {
+    char exe[PATH_MAX];
+    const ssize_t n = readlink("/proc/self/exe", exe, sizeof(exe) - 1);
+    if (n <= 0) return ".";
+    const std::string path(exe, static_cast<size_t>(n));
+    return path.substr(0, path.rfind('/'));
+}
+
 bool ChildProcesses::open(const char* prefix) {
     const char* previous = getenv("DAB_BINDER_DIR");
     mHadPreviousDir = previous != nullptr;
@@ -84,14 +93,6 @@ int ChildProcesses::waitExit(pid_t pid, std::chrono::milliseconds timeout) {
         if (done < 0 || std::chrono::steady_clock::now() >= deadline) return -1000;
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
-}
-
-std::string ChildProcesses::buildDir() {
-    char exe[PATH_MAX];
-    const ssize_t n = readlink("/proc/self/exe", exe, sizeof(exe) - 1);
-    if (n <= 0) return ".";
-    const std::string path(exe, static_cast<size_t>(n));
-    return path.substr(0, path.rfind('/'));
 }
 
 void ChildProcesses::removeTree(const std::string& dir) {

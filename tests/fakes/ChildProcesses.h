@@ -29,8 +29,6 @@ public:
     // -1000 on time-out.
     int waitExit(pid_t pid, std::chrono::milliseconds timeout);
     const std::string& dir() const { return mDir; }
-    // The build tree: the test executable sits at its top.
-    static std::string buildDir();
     // Removes a directory and the files in it.
     static void removeTree(const std::string& dir);
 

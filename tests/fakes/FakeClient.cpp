@@ -1,5 +1,4 @@
 #include "FakeClient.h"
-#include "HostMutex.h"
 
 #include <binder/Parcel.h>
 
@@ -31,7 +30,8 @@ std::vector<FakeClient::Note> FakeClient::notes() const {
 std::vector<std::string> FakeClient::summary() const {
     std::vector<std::string> out;
     for (const Note& n : notes()) {
-        std::string s = std::to_string(n.msg) + ":" + std::to_string(n.ext1) + ":" + std::to_string(n.ext2);
+        std::string s = std::to_string(n.msg) + ":" + std::to_string(n.ext1) + ":";
+        s += std::to_string(n.ext2);
         if (n.hasParcel) s += ":\"" + n.text + "\"";
         out.push_back(s);
     }
@@ -43,21 +43,14 @@ void FakeClient::clear() {
     mNotes.clear();
 }
 
-bool FakeClient::waitFor(const std::function<bool(const std::vector<Note>&)>& pred,
-                         std::chrono::milliseconds timeout) const {
-    HostMutex::Autolock lock(mLock);
-    return mArrived.wait_for(lock.native(), timeout, [&]() REQUIRES(mLock) { return pred(mNotes); });
-}
-
 bool FakeClient::waitForNote(int msg, int ext1, std::chrono::milliseconds timeout) const {
-    return waitFor(
-            [&](const std::vector<Note>& notes) {
-                for (const Note& n : notes) {
-                    if (n.msg == msg && (ext1 == INT_MIN || n.ext1 == ext1)) return true;
-                }
-                return false;
-            },
-            timeout);
+    HostMutex::Autolock lock(mLock);
+    return mArrived.wait_for(lock.native(), timeout, [&]() REQUIRES(mLock) {
+        for (const Note& n : mNotes) {
+            if (n.msg == msg && (ext1 == INT_MIN || n.ext1 == ext1)) return true;
+        }
+        return false;
+    });
 }
 
 int FakeClient::count(int msg) const {

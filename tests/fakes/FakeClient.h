@@ -7,7 +7,6 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -20,10 +19,6 @@ public:
         int ext2;
         bool hasParcel;
         std::string text;  // the C string in the parcel, when there is one
-        bool operator==(const Note& o) const {
-            return msg == o.msg && ext1 == o.ext1 && ext2 == o.ext2 && hasParcel == o.hasParcel &&
-                   text == o.text;
-        }
     };
 
     void notify(int msg, int ext1, int ext2, const android::Parcel* obj) override;
@@ -32,9 +27,6 @@ public:
     // Notes as "msg:ext1:ext2" (with ":\"text\"" when a parcel came), for readable asserts.
     std::vector<std::string> summary() const;
     void clear();
-    // Waits until pred holds for the notes received so far.
-    bool waitFor(const std::function<bool(const std::vector<Note>&)>& pred,
-                 std::chrono::milliseconds timeout = std::chrono::seconds(5)) const;
     // Waits until a note with this msg (and ext1, unless ext1 is INT32_MIN) has arrived.
     bool waitForNote(int msg, int ext1 = INT32_MIN,
                      std::chrono::milliseconds timeout = std::chrono::seconds(5)) const;

@@ -1,8 +1,18 @@
 #include "FakeMediaManager.h"
-#include "HostMutex.h"
 
+#include "Eventually.h"
 
 using namespace android;
+
+// The entries of one source (all of them when name is empty).
+template <typename T>
+static std::vector<T> ofSource(const std::vector<T>& all, const std::string& name) {
+    std::vector<T> out;
+    for (const T& entry : all) {
+        if (name.empty() || entry.name == name) out.push_back(entry);
+    }
+    return out;
+}
 
 std::string FakeMediaManager::Record::text() const {
     std::string out;
@@ -26,7 +36,6 @@ bool FakeMediaManager::createSource(const String8& name, const sp<ISourceListene
     }
     mAttempts.push_back({name.string(), listener, accepted, std::chrono::steady_clock::now()});
     if (accepted) mListeners[name.string()] = listener;
-    mChanged.notify_all();
     return accepted;
 }
 
@@ -42,7 +51,6 @@ int FakeMediaManager::registerSource(const String8& name, int code, Parcel* repl
             for (int i = 0; i < mReplyInts; ++i) reply->writeInt32(i);
             reply->setDataPosition(0);
         }
-        mChanged.notify_all();
     }
     if (hook) hook(name.string());
     return result;
@@ -55,7 +63,6 @@ int FakeMediaManager::publishMediaInfo(const String8& name, const MediaInfoParce
         HostMutex::Autolock lock(mLock);
         mRecords.push_back(record);
         hook = mPublishHook;
-        mChanged.notify_all();
     }
     if (hook) hook(record);
     return 0;
@@ -64,7 +71,6 @@ int FakeMediaManager::publishMediaInfo(const String8& name, const MediaInfoParce
 int FakeMediaManager::setMediaStatus(const String8& name, MediaStatus status) {
     HostMutex::Autolock lock(mLock);
     mStatuses.push_back({name.string(), static_cast<int>(status)});
-    mChanged.notify_all();
     return 0;
 }
 
@@ -94,11 +100,7 @@ void FakeMediaManager::setPublishHook(std::function<void(const Record&)> hook) {
 
 std::vector<FakeMediaManager::Attempt> FakeMediaManager::attempts(const std::string& name) const {
     HostMutex::Autolock lock(mLock);
-    std::vector<Attempt> out;
-    for (const Attempt& a : mAttempts) {
-        if (name.empty() || a.name == name) out.push_back(a);
-    }
-    return out;
+    return ofSource(mAttempts, name);
 }
 
 int FakeMediaManager::acceptedCount(const std::string& name) const {
@@ -114,11 +116,7 @@ std::vector<FakeMediaManager::Registration> FakeMediaManager::registrations() co
 
 std::vector<FakeMediaManager::Record> FakeMediaManager::records(const std::string& name) const {
     HostMutex::Autolock lock(mLock);
-    std::vector<Record> out;
-    for (const Record& r : mRecords) {
-        if (name.empty() || r.name == name) out.push_back(r);
-    }
-    return out;
+    return ofSource(mRecords, name);
 }
 
 std::vector<std::string> FakeMediaManager::recordTexts(const std::string& name) const {
@@ -129,11 +127,7 @@ std::vector<std::string> FakeMediaManager::recordTexts(const std::string& name) 
 
 std::vector<FakeMediaManager::Status> FakeMediaManager::statuses(const std::string& name) const {
     HostMutex::Autolock lock(mLock);
-    std::vector<Status> out;
-    for (const Status& s : mStatuses) {
-        if (name.empty() || s.name == name) out.push_back(s);
-    }
-    return out;
+    return ofSource(mStatuses, name);
 }
 
 void FakeMediaManager::clearRecords() {
@@ -146,13 +140,7 @@ void FakeMediaManager::clearRecords() {
 
 bool FakeMediaManager::waitFor(const std::function<bool()>& pred,
                                std::chrono::milliseconds timeout) const {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (!pred()) {
-        if (std::chrono::steady_clock::now() >= deadline) return false;
-        HostMutex::Autolock lock(mLock);
-        mChanged.wait_for(lock.native(), std::chrono::milliseconds(10));
-    }
-    return true;
+    return waitUntil(pred, timeout);
 }
 
 sp<ISourceListener> FakeMediaManager::listener(const std::string& name) const {

@@ -7,7 +7,6 @@
 #include <binder/Parcel.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <map>
 #include <string>
@@ -81,7 +80,6 @@ public:
 
 private:
     mutable HostMutex mLock;  // guards everything below
-    mutable std::condition_variable mChanged;
     int mRefuseCount GUARDED_BY(mLock) = 0;
     std::string mRefuseName GUARDED_BY(mLock);
     int mRegisterResult GUARDED_BY(mLock) = 0;
@@ -89,7 +87,8 @@ private:
     std::function<void(const std::string&)> mRegisterHook GUARDED_BY(mLock);
     std::function<void(const Record&)> mPublishHook GUARDED_BY(mLock);
     std::vector<Attempt> mAttempts GUARDED_BY(mLock);
-    std::map<std::string, android::wp<android::ISourceListener>> mListeners GUARDED_BY(mLock);  // last accepted
+    // The listener of each source's last accepted creation.
+    std::map<std::string, android::wp<android::ISourceListener>> mListeners GUARDED_BY(mLock);
     std::vector<Registration> mRegistrations GUARDED_BY(mLock);
     std::vector<Record> mRecords GUARDED_BY(mLock);
     std::vector<Status> mStatuses GUARDED_BY(mLock);

@@ -1,17 +1,10 @@
 #include "FakePlatform.h"
-#include "HostMutex.h"
 
 using namespace android;
 
 bool FakeMediaData::allowCreate() {
     HostMutex::Autolock lock(mLock);
     return !mCreateFails;
-}
-
-int FakeMediaData::attach() {
-    HostMutex::Autolock lock(mLock);
-    ++mAttachCount;
-    return 0;
 }
 
 int FakeMediaData::publish(const String8& key, int value) {
@@ -28,11 +21,6 @@ void FakeMediaData::setCreateFails(bool fails) {
 std::vector<std::pair<std::string, int>> FakeMediaData::published() const {
     HostMutex::Autolock lock(mLock);
     return mPublished;
-}
-
-int FakeMediaData::attachCount() const {
-    HostMutex::Autolock lock(mLock);
-    return mAttachCount;
 }
 
 int FakeSysCtrl::attach(SysCtrlManagerIF* client, int moduleId, int flags) {
@@ -64,22 +52,19 @@ std::vector<std::string> FakeSysCtrl::calls() const {
     return mCalls;
 }
 
+SysCtrlManagerIF* FakeSysCtrl::client() const {
+    HostMutex::Autolock lock(mLock);
+    return mClient;
+}
+
 void FakeSysCtrl::suspend() {
-    SysCtrlManagerIF* client;
-    {
-        HostMutex::Autolock lock(mLock);
-        client = mClient;
-    }
-    if (client != nullptr) client->listener()->onSuspend();
+    SysCtrlManagerIF* attached = client();
+    if (attached != nullptr) attached->listener()->onSuspend();
 }
 
 void FakeSysCtrl::resume() {
-    SysCtrlManagerIF* client;
-    {
-        HostMutex::Autolock lock(mLock);
-        client = mClient;
-    }
-    if (client != nullptr) client->listener()->onResume();
+    SysCtrlManagerIF* attached = client();
+    if (attached != nullptr) attached->listener()->onResume();
 }
 
 int FakeProcessSupport::dropPrivileges() {

@@ -14,17 +14,14 @@
 class FakeMediaData : public android::MediaDataBackend {
 public:
     bool allowCreate() override;
-    int attach() override;
     int publish(const android::String8& key, int value) override;
 
     void setCreateFails(bool fails);
     std::vector<std::pair<std::string, int>> published() const;
-    int attachCount() const;
 
 private:
     mutable HostMutex mLock;  // guards everything below
     bool mCreateFails GUARDED_BY(mLock) = false;
-    int mAttachCount GUARDED_BY(mLock) = 0;
     std::vector<std::pair<std::string, int>> mPublished GUARDED_BY(mLock);
 };
 
@@ -43,6 +40,8 @@ public:
     void resume();
 
 private:
+    android::SysCtrlManagerIF* client() const;
+
     mutable HostMutex mLock;  // guards everything below
     std::vector<std::string> mCalls GUARDED_BY(mLock);
     android::SysCtrlManagerIF* mClient GUARDED_BY(mLock) = nullptr;

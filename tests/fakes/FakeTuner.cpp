@@ -1,14 +1,11 @@
 #include "FakeTuner.h"
-#include "HostMutex.h"
+
+#include "Eventually.h"
 
 #include <algorithm>
 #include <cstring>
 
 using namespace media_lib_dab;
-
-FakeTuner::FakeTuner()
-    : mTitles(), mDls(), mPch(), mSvc(), mCallback(nullptr), mCookie(nullptr),
-      mInitialized(false), mFinalized(false) {}
 
 void FakeTuner::setGetter(const std::string& name, int value) {
     HostMutex::Autolock lock(mLock);
@@ -71,10 +68,7 @@ int FakeTuner::countCommand(const std::string& text) const {
 
 bool FakeTuner::waitForCommand(const std::string& text, int count,
                                std::chrono::milliseconds timeout) const {
-    HostMutex::Autolock lock(mLock);
-    return mRecorded.wait_for(lock.native(), timeout, [&]() REQUIRES(mLock) {
-        return std::count(mCommands.begin(), mCommands.end(), text) >= count;
-    });
+    return waitUntil([&] { return countCommand(text) >= count; }, timeout);
 }
 
 void FakeTuner::setCommandHook(std::function<void(const std::string&)> hook) {
@@ -99,7 +93,6 @@ int FakeTuner::record(const std::string& text) {
         mCommands.push_back(text);
         hook = mHook;
     }
-    mRecorded.notify_all();
     if (hook) hook(text);
     return 0;
 }

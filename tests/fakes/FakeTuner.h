@@ -7,7 +7,6 @@
 #include "HostMutex.h"
 
 #include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <map>
 #include <string>
@@ -19,8 +18,6 @@
 // thread, as the library's callback thread would. Any thread may use it.
 class FakeTuner : public media_lib_dab::DABLibBackend {
 public:
-    FakeTuner();
-
     // Test side.
     void setGetter(const std::string& name, int value);
     void setTitle(int kind, uint32_t charset, const char* text, size_t len = 16);
@@ -69,18 +66,17 @@ private:
     int record(const std::string& text);
 
     mutable HostMutex mLock;                  // guards everything below
-    mutable std::condition_variable mRecorded;
     std::map<std::string, int> mGetters GUARDED_BY(mLock);
-    media_lib_dab::ST_DAB_TITLE_TEXT mTitles[3] GUARDED_BY(mLock);
-    media_lib_dab::ST_DAB_DLS_TEXT mDls GUARDED_BY(mLock);
-    media_lib_dab::ST_DAB_PCH_LIST_ITEM mPch GUARDED_BY(mLock);
-    media_lib_dab::ST_DAB_SVC_LIST_DATA mSvc GUARDED_BY(mLock);
+    media_lib_dab::ST_DAB_TITLE_TEXT mTitles[3] GUARDED_BY(mLock) = {};
+    media_lib_dab::ST_DAB_DLS_TEXT mDls GUARDED_BY(mLock) = {};
+    media_lib_dab::ST_DAB_PCH_LIST_ITEM mPch GUARDED_BY(mLock) = {};
+    media_lib_dab::ST_DAB_SVC_LIST_DATA mSvc GUARDED_BY(mLock) = {};
     std::vector<std::string> mCommands GUARDED_BY(mLock);
     std::function<void(const std::string&)> mHook GUARDED_BY(mLock);
-    media_lib_dab::DABNotifyCallback mCallback GUARDED_BY(mLock);
-    void* mCookie GUARDED_BY(mLock);
-    bool mInitialized GUARDED_BY(mLock);
-    bool mFinalized GUARDED_BY(mLock);
+    media_lib_dab::DABNotifyCallback mCallback GUARDED_BY(mLock) = nullptr;
+    void* mCookie GUARDED_BY(mLock) = nullptr;
+    bool mInitialized GUARDED_BY(mLock) = false;
+    bool mFinalized GUARDED_BY(mLock) = false;
 };
 
 #endif  // DAB_TESTS_FAKETUNER_H

@@ -1,7 +1,5 @@
 #include "MediaSourceFixture.h"
 
-#include <thread>
-
 using namespace android;
 
 void MediaSourceFixture::SetUp() {
@@ -36,7 +34,7 @@ void MediaSourceFixture::TearDown() {
     mTAController.clear();
     ServiceFixture::TearDown();
     for (const wp<Thread>& t : mThreadsSeen) {
-        EXPECT_TRUE(waitForThreadGone(t)) << "reconnection thread still running";
+        EXPECT_TRUE(waitForGone(t)) << "reconnection thread still running";
     }
     for (const wp<MediaSourceController>& c : controllers) {
         EXPECT_EQ(nullptr, c.promote()) << "controller still referenced";
@@ -49,14 +47,4 @@ sp<Thread> MediaSourceFixture::reconnectThreadOf(const sp<MediaSourceController>
     sp<Thread> thread = c->reconnectThread();
     if (thread != nullptr) mThreadsSeen.push_back(thread);
     return thread;
-}
-
-bool MediaSourceFixture::waitForThreadGone(const wp<Thread>& thread,
-                                           std::chrono::milliseconds timeout) {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (thread.promote() != nullptr) {
-        if (std::chrono::steady_clock::now() >= deadline) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
 }

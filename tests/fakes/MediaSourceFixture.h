@@ -21,9 +21,6 @@ protected:
 
     // The controller's current reconnection thread, remembered for the teardown check.
     android::sp<android::Thread> reconnectThreadOf(const android::sp<MediaSourceController>& c);
-    // Waits until a thread object has been released by everyone (its thread has ended).
-    static bool waitForThreadGone(const android::wp<android::Thread>& thread,
-                                  std::chrono::milliseconds timeout = std::chrono::seconds(8));
 
     android::sp<FakeMediaManager> mMediaManager;
     android::sp<DABSourceController> mController;

@@ -1,11 +1,6 @@
 #include "ServiceFixture.h"
 
-#include "DABListProcessThread.h"
-#include "DABSourceController.h"
-#include "DABTASourceController.h"
 #include "TunerListAnswerer.h"
-
-#include <thread>
 
 using namespace android;
 
@@ -40,7 +35,7 @@ void ServiceFixture::TearDown() {
     mService.clear();
     EXPECT_EQ(nullptr, weak.promote()) << "service still referenced";
     for (const wp<DABListProcessThread>& w : mWorkersSeen) {
-        EXPECT_TRUE(waitForWorkerGone(w)) << "list worker still running";
+        EXPECT_TRUE(waitForGone(w)) << "list worker still running";
     }
     media_lib_dab::DABLibBackend::setCurrent(nullptr);
     MediaDataBackend::setCurrent(nullptr);
@@ -61,14 +56,4 @@ void ServiceFixture::activate(int sourceType) {
 sp<IDABPlayer> ServiceFixture::connect(sp<FakeClient>* callback) {
     *callback = new FakeClient();
     return mService->createClient(1234, *callback);
-}
-
-bool ServiceFixture::waitForWorkerGone(const wp<DABListProcessThread>& worker,
-                                       std::chrono::milliseconds timeout) {
-    auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (std::chrono::steady_clock::now() < deadline) {
-        if (worker.promote() == nullptr) return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return worker.promote() == nullptr;
 }

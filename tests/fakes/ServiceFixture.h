@@ -5,6 +5,7 @@
 #include "DABPlayerService.h"
 #include "DABSourceController.h"
 #include "DABTASourceController.h"
+#include "Eventually.h"
 #include "FakeClient.h"
 #include "FakePlatform.h"
 #include "FakeTuner.h"
@@ -13,7 +14,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-
 
 // Reaches the service's private state for assertions that no client operation can observe.
 class DABPlayerServiceTestPeer {
@@ -26,7 +26,9 @@ public:
     std::atomic<int>& isInSourceOnDelay() { return mService->isInSourceOnDelay; }
     std::atomic<int>& isInPresetUpDown() { return mService->isInPresetUpDown; }
     std::atomic<int>& isInSwitchBand() { return mService->isInSwitchBand; }
-    std::atomic<int>& isInManualUPDownInFreqExtend() { return mService->isInManualUPDownInFreqExtend; }
+    std::atomic<int>& isInManualUPDownInFreqExtend() {
+        return mService->isInManualUPDownInFreqExtend;
+    }
     std::atomic<int>& isInPresetMemoryExtend() { return mService->isInPresetMemoryExtend; }
     std::atomic<int>& isInSeekCancel() { return mService->isInSeekCancel; }
     RelaxedAtomic<int>& currentLogicMode() { return mService->mCurrentLogicMode; }
@@ -65,13 +67,11 @@ public:
     // Station, playback and query state.
     RelaxedAtomic<int>& currentBlockId() { return mService->mCurrentBlockId; }
     RelaxedAtomic<int>& isHandServiceListUpdate() { return mService->mIsHandServiceListUpdate; }
-    RelaxedAtomic<uint8_t>& dynamicTextPublishEnabled() { return mService->mDynamicTextPublishEnabled; }
+    RelaxedAtomic<uint8_t>& dynamicTextPublishEnabled() {
+        return mService->mDynamicTextPublishEnabled;
+    }
     RelaxedAtomic<int>& dynamicTextStatus() { return mService->mDynamicTextStatus; }
     std::atomic<int>& isDynamicTextCached() { return mService->isDynamicTextCached; }
-    const char* ensembleLabel() const { return mService->mEnsembleLabel; }
-    const char* serviceLabel() const { return mService->mServiceLabel; }
-    const char* compLabel() const { return mService->mCompLabel; }
-    const char* dynamicText() const { return mService->mDynamicText; }
     RelaxedAtomic<int>& currentCompTotal() { return mService->mCurrentCompTotal; }
     RelaxedAtomic<int>& currentCompNum() { return mService->mCurrentCompNum; }
     RelaxedAtomic<uint8_t>& errorCheckOnCompNum() { return mService->mErrorCheckOnCompNum; }
@@ -105,9 +105,13 @@ protected:
     void activate(int sourceType = 0);
     // A new client object with its own recording callback.
     android::sp<android::IDABPlayer> connect(android::sp<FakeClient>* callback);
-    // Waits until the list worker that ran before is gone (it ends by itself after exit).
-    bool waitForWorkerGone(const android::wp<DABListProcessThread>& worker,
-                           std::chrono::milliseconds timeout = std::chrono::seconds(8));
+    // Waits until no one holds the object any more: for a list worker or reconnection
+    // thread, until its thread has ended.
+    template <typename T>
+    static bool waitForGone(const android::wp<T>& object,
+                            std::chrono::milliseconds timeout = std::chrono::seconds(8)) {
+        return waitUntil([&] { return object.promote() == nullptr; }, timeout);
+    }
     DABPlayerServiceTestPeer peer() { return DABPlayerServiceTestPeer(mService.get()); }
 
     android::sp<FakeTuner> mTuner;

@@ -1,7 +1,6 @@
 #include "TunerListAnswerer.h"
 
 #include "DABListProcessThread.h"
-#include "HostMutex.h"
 
 #include <cstdio>
 

@@ -8,11 +8,9 @@
 
 #include <utils/RefBase.h>
 
-#include <chrono>
 #include <map>
 #include <memory>
 #include <string>
-#include <thread>
 
 class DABListProcessThread;
 

@@ -300,7 +300,7 @@ TEST_F(WorkerTimers, SecondActivationWhileAnEventIsHeldReplacesTheWorkerWithoutL
     second.clear();
 
     // The old worker finishes its 2 s wait, then ends without taking more messages.
-    EXPECT_TRUE(waitForWorkerGone(firstWeak, std::chrono::seconds(6)));
+    EXPECT_TRUE(waitForGone(firstWeak, std::chrono::seconds(6)));
     EXPECT_EQ(1, mLog->count("DABListProcessThread destroyed"));
     EXPECT_TRUE(waitWorkerIdle());
 }

@@ -131,7 +131,7 @@ TEST_F(ReconnectTest, SecondRequestStopsTheRetryingThreadAndItsSuccessorWaitsFor
     mMediaManager->allowCreate();
     ASSERT_TRUE(waitForLine(kSuccess));
     second->join();
-    EXPECT_TRUE(waitForThreadGone(weakFirst));
+    EXPECT_TRUE(waitForGone(weakFirst));
     EXPECT_EQ(1, mMediaManager->acceptedCount("dab"));
     // The successor's first attempt waited for the old thread's pause to end.
     const std::vector<FakeMediaManager::Attempt> attempts = mMediaManager->attempts("dab");
