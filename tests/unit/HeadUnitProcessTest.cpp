@@ -11,9 +11,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <map>
 #include <sstream>
-#include <thread>
 
 using namespace std::chrono_literals;
 using json = nlohmann::json;

@@ -8,7 +8,6 @@
 #include <stdio.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <condition_variable>
 #include <cstring>
 #include <thread>
