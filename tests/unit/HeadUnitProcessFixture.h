@@ -10,7 +10,7 @@
 
 #include <chrono>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -31,7 +31,8 @@ protected:
 
     // Starts a built program (path relative to the build tree); its standard output and
     // error go to <dir>/<name>.out and <dir>/<name>.err. Returns its pid.
-    pid_t spawn(const std::string& program, const std::vector<std::string>& args, const std::string& name) {
+    pid_t spawn(const std::string& program, const std::vector<std::string>& args,
+                const std::string& name) {
         const pid_t pid = mProcesses.spawn(program, args, name + ".out", name + ".err");
         EXPECT_GT(pid, 0) << "fork failed";
         return pid;
@@ -57,13 +58,20 @@ protected:
     }
 
     // Contents of <dir>/<name> (empty when missing).
+    // Read in one piece: the service's log runs to megabytes, and a character-by-character
+    // read of it under ThreadSanitizer takes longer than what the tests time.
     std::string readFile(const std::string& name) const {
         std::ifstream in(dir() + "/" + name, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+        std::ostringstream s;
+        s << in.rdbuf();
+        return s.str();
     }
     static int countOf(const std::string& text, const std::string& what) {
         int n = 0;
-        for (size_t pos = text.find(what); pos != std::string::npos; pos = text.find(what, pos + 1)) ++n;
+        for (size_t pos = text.find(what); pos != std::string::npos;
+             pos = text.find(what, pos + 1)) {
+            ++n;
+        }
         return n;
     }
     const std::string& dir() const { return mProcesses.dir(); }
