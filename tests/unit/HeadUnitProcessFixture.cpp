@@ -1,6 +1,5 @@
 #include "HeadUnitProcessFixture.h"
 
-
 using namespace std::chrono_literals;
 
 void HeadUnitProcessTest::SetUp() { ASSERT_TRUE(mProcesses.open("headunit-test")); }
@@ -16,7 +15,6 @@ void HeadUnitProcessTest::TearDown() {
     }
     mProcesses.close();
 }
-
 
 pid_t HeadUnitProcessTest::startSimulator(const std::string& name) {
     const pid_t pid = spawn("tools/headunit_sim/headunit_sim", {}, name);
@@ -54,6 +52,4 @@ HeadUnitProcessTest::Run HeadUnitProcessTest::run(const std::string& program,
     unlink((dir() + "/" + name + ".err").c_str());
     return r;
 }
-
-
 

@@ -68,10 +68,7 @@ protected:
     }
     static int countOf(const std::string& text, const std::string& what) {
         int n = 0;
-        for (size_t pos = text.find(what); pos != std::string::npos;
-             pos = text.find(what, pos + 1)) {
-            ++n;
-        }
+        for (size_t p = text.find(what); p != std::string::npos; p = text.find(what, p + 1)) ++n;
         return n;
     }
     const std::string& dir() const { return mProcesses.dir(); }

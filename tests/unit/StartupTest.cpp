@@ -11,11 +11,6 @@
 #include <binder/IServiceManager.h>
 #include <gtest/gtest.h>
 
-#include <limits.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cstdio>
 #include <map>
 #include <regex>
 #include <string>
